@@ -1,0 +1,29 @@
+# One set of compiler options for everything that is built here.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+
+# Results are the same bits everywhere: no contraction of a product and a sum into one rounding.
+# Floating-point exceptions and errno are not read, and saying so changes no result.
+add_compile_options(-ffp-contract=off -fno-math-errno -fno-trapping-math)
+add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-sign-conversion
+                    -Wnon-virtual-dtor -Wcast-align)
+if(VORLANE_WARNINGS_AS_ERRORS)
+  add_compile_options(-Werror)
+endif()
+if(VORLANE_SANITIZE)
+  add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all
+                      -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=address,undefined)
+endif()
+
+# Kernel files are compiled once for each instruction set of this processor family.
+if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64")
+  set(VORLANE_X86 ON)
+else()
+  set(VORLANE_X86 OFF)
+endif()

@@ -1,0 +1,26 @@
+# Sourced by the other scripts: installs the Debian packages that are missing, and only those.
+#
+#   need_packages NAME...
+
+need_packages() {
+    local missing=() name
+    for name in "$@"; do
+        dpkg-query -W -f '${Status}' "$name" 2>/dev/null | grep -q '^install ok installed$' ||
+            missing+=("$name")
+    done
+    [ ${#missing[@]} -eq 0 ] && return
+    echo "Installing ${missing[*]}"
+    local as_root=()
+    [ "$(id -u)" -eq 0 ] || as_root=(sudo)
+    DEBIAN_FRONTEND=noninteractive
+    export DEBIAN_FRONTEND
+    "${as_root[@]}" apt-get install -y --no-install-recommends "${missing[@]}" >/dev/null 2>&1 || {
+        "${as_root[@]}" apt-get update >/dev/null
+        "${as_root[@]}" apt-get install -y --no-install-recommends "${missing[@]}" >/dev/null
+    }
+}
+
+# What every build needs: compiler, CMake, Ninja, and the library of the program's command line.
+need_build_packages() {
+    need_packages g++ cmake ninja-build libcli11-dev
+}

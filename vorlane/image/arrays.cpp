@@ -1,0 +1,174 @@
+#include <vorlane/image/arrays.h>
+
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+#include <limits>
+
+#include <vorlane/image/plane.h>
+
+#if defined(__unix__) || defined(__APPLE__)
+#include <sys/mman.h>
+#include <unistd.h>
+#endif
+
+namespace vorlane {
+
+namespace {
+
+constexpr std::size_t cache_line = 64; // also the bytes of the widest lanes
+
+// Stands in front of the row table.
+struct PlaneHeader {
+    void* block;
+    std::int64_t rows;
+    std::int64_t cols;
+};
+
+const PlaneHeader* header_of(const float* const* plane) {
+    return reinterpret_cast<const PlaneHeader*>(plane) - 1;
+}
+
+// The machine's memory in bytes; the system may promise more than it has.
+std::uint64_t machine_memory() {
+#if defined(_SC_PHYS_PAGES) && defined(_SC_PAGESIZE)
+    static const std::uint64_t memory = static_cast<std::uint64_t>(sysconf(_SC_PHYS_PAGES)) *
+                                        static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
+    return memory;
+#else
+    return std::numeric_limits<std::size_t>::max() / 2;
+#endif
+}
+
+// Bytes from one row to the next. An odd number of cache lines, so that a walk down a column
+// doesn't hit the same few sets of the cache again and again.
+std::uint64_t row_pitch(std::uint64_t cols) {
+    const std::uint64_t lines = (cols * sizeof(float) + cache_line - 1) / cache_line;
+    return (lines > 8 ? lines | 1 : lines) * cache_line;
+}
+
+// A large block costs a page fault for each page that is touched; ask for large pages.
+void prefer_large_pages([[maybe_unused]] void* block, [[maybe_unused]] std::size_t size) {
+#if defined(__linux__) && defined(MADV_HUGEPAGE)
+    constexpr std::size_t large_page = std::size_t{2} << 20;
+    if (size < 2 * large_page)
+        return;
+    static const auto page = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
+    const auto begin = (reinterpret_cast<std::uintptr_t>(block) + page - 1) / page * page;
+    const auto end = (reinterpret_cast<std::uintptr_t>(block) + size) / page * page;
+    madvise(reinterpret_cast<void*>(begin), end - begin, MADV_HUGEPAGE); // only a hint
+#endif
+}
+
+} // namespace
+
+float** make_plane(std::int64_t rows, std::int64_t cols, Fill fill) {
+    constexpr std::int64_t largest_side = std::int64_t{3} * std::numeric_limits<int>::max();
+    if (rows < 0 || cols < 0 || rows > largest_side || cols > largest_side)
+        return nullptr;
+    const std::uint64_t pitch = row_pitch(static_cast<std::uint64_t>(cols));
+    const std::uint64_t table =
+        sizeof(PlaneHeader) + static_cast<std::uint64_t>(rows) * sizeof(float*);
+    const std::uint64_t memory = machine_memory();
+    if (table > memory || (rows > 0 && pitch > (memory - table) / static_cast<std::uint64_t>(rows)))
+        return nullptr;
+    const std::size_t size = table + static_cast<std::uint64_t>(rows) * pitch + cache_line;
+    void* const block = fill == Fill::zeros ? std::calloc(size, 1) : std::malloc(size);
+    if (!block)
+        return nullptr;
+    prefer_large_pages(block, size);
+    auto* const header = static_cast<PlaneHeader*>(block);
+    *header = {block, rows, cols};
+    auto* const plane = reinterpret_cast<float**>(header + 1);
+    const auto behind_table = reinterpret_cast<std::uintptr_t>(plane + rows);
+    auto* row = static_cast<unsigned char*>(block) +
+                ((behind_table + cache_line - 1) / cache_line * cache_line -
+                 reinterpret_cast<std::uintptr_t>(block));
+    for (std::int64_t r = 0; r < rows; ++r, row += pitch)
+        plane[r] = reinterpret_cast<float*>(row);
+    return plane;
+}
+
+std::int64_t plane_rows(const float* const* plane) {
+    return header_of(plane)->rows;
+}
+
+std::int64_t plane_cols(const float* const* plane) {
+    return header_of(plane)->cols;
+}
+
+bool plane_holds(const float* const* plane, std::int64_t rows, std::int64_t cols) {
+    return plane && plane_rows(plane) >= rows && plane_cols(plane) >= cols;
+}
+
+} // namespace vorlane
+
+float** make_2D_float_array(int rows, int cols) {
+    return vorlane::make_plane(rows, cols);
+}
+
+void free_2D_float_array(float** plane) {
+    if (plane)
+        std::free(vorlane::header_of(plane)->block);
+}
+
+float* make_1D_float_array(int n) {
+    return n < 0 ? nullptr
+                 : static_cast<float*>(
+                       std::malloc((static_cast<std::size_t>(n) + 1) * sizeof(float)));
+}
+
+void free_1D_float_array(float* array) {
+    std::free(array);
+}
+
+int* make_1D_int_array(int n) {
+    return n < 0 ? nullptr
+                 : static_cast<int*>(std::calloc(static_cast<std::size_t>(n) + 1, sizeof(int)));
+}
+
+void free_1D_int_array(int* array) {
+    std::free(array);
+}
+
+void digiline(int row1, int col1, int row2, int col2, int* rows, int* cols, int* count) {
+    const std::int64_t row_length = std::abs(std::int64_t{row2} - row1);
+    const std::int64_t col_length = std::abs(std::int64_t{col2} - col1);
+    const bool along_rows = row_length > col_length;
+    const std::int64_t steps = along_rows ? row_length : col_length;
+    const std::int64_t drift = along_rows ? col_length : row_length;
+    if (steps >= std::numeric_limits<int>::max()) {
+        *count = 0;
+        return;
+    }
+    const int row_sign = row2 > row1 ? 1 : -1;
+    const int col_sign = col2 > col1 ? 1 : -1;
+    int row = row1;
+    int col = col1;
+    std::int64_t error = steps / 2;
+    for (std::int64_t k = 0;; ++k) {
+        rows[k] = row;
+        cols[k] = col;
+        if (k == steps)
+            break;
+        error -= drift;
+        const bool sideways = error < 0;
+        if (sideways)
+            error += steps;
+        if (along_rows || sideways)
+            row += row_sign;
+        if (!along_rows || sideways)
+            col += col_sign;
+    }
+    *count = static_cast<int>(steps) + 1;
+}
+
+int rank_float_increasing(const void* a, const void* b) {
+    float x;
+    float y;
+    std::memcpy(&x, a, sizeof x);
+    std::memcpy(&y, b, sizeof y);
+    if (std::isnan(x) || std::isnan(y))
+        return static_cast<int>(std::isnan(x)) - static_cast<int>(std::isnan(y));
+    return static_cast<int>(x > y) - static_cast<int>(x < y);
+}

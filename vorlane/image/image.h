@@ -1,0 +1,148 @@
+// CImage: a two-dimensional image of 32-bit floats, gray or colour, with three further planes that
+// operators fill and two codes that say how it stands in a file.
+//
+// Index i is a row, from the top; j a column. The operations named x work along j, those named y
+// along i. Fields are public; a host reads and assigns them. An image owns its four planes and
+// releases them in its destructor: a plane that a host puts into one comes from
+// make_2D_float_array.
+//
+// An operation that returns a CImage* makes a new object that the caller deletes, and leaves its
+// image as it was. Samples may have any value unless an operation says otherwise. An image without
+// pixels, or an argument without a meaning, gives null and changes nothing.
+#pragma once
+
+#include <vorlane/image/arrays.h>
+#include <vorlane/image/objects.h>
+
+class VORLANE_API CImage : public CObject {
+public:
+    int nrows;
+    int ncols;        // pixels in a row
+    int image_type;   // 0 gray, 1 colour; any other value: an image without pixels
+    int pixel_format; // sample on file: 0 none stated, 4 unsigned byte, 5 signed 32-bit integer,
+                      // 6 32-bit float, 7 signed 16-bit integer
+    int file_format;  // 0 none stated, 1 PGM, 2 PPM, 3 BMP, 4 TQ, 5 AVI (movies only), 6 senvoc
+                     // scanner file, 7 velk, 8 raw, 9 halvort
+    float** pixels; // gray: nrows x ncols; colour: nrows x 3 ncols, red, green, blue of pixel c at
+                    // 3c, 3c + 1, 3c + 2
+    float**
+        mag_plane; // nrows x ncols or null, also on a colour image: edge magnitude, ridge strength
+    float** dir_plane;   // the same: edge or ridge direction
+    float** scale_plane; // the same: scale of a ridge
+
+    static CRuntimeClass classCImage;
+    static CObject* CreateObject(); // a new empty image, or null if there is no memory
+    CRuntimeClass* GetRuntimeClass() const override;
+
+    // An empty image: sizes and type 0, pixel_format 6, file_format 4, no planes.
+    CImage();
+
+    // An image of zeros. Mind the order: file_format comes before pixel_format. A type other than 0
+    // and 1 makes no plane; nor does a negative size or one that the machine has no memory for.
+    CImage(int rows, int cols, int image_type, int file_format, int pixel_format);
+
+    // The same with a copy of `source`, rows x cols samples, or rows x 3 cols for a colour image.
+    CImage(int rows, int cols, int image_type, const float* const* source, int file_format,
+           int pixel_format);
+
+    // A deep copy. Planes that the source lacks are null. Of null: an empty image.
+    explicit CImage(const CImage* source);
+    CImage(const CImage& source);
+
+    ~CImage() override;
+
+    // Copies the five integers, and each plane that the source has. A plane that the source lacks
+    // stays as it was, so it may differ from the new size. A source with a type other than 0 and 1
+    // gives its integers only. Assigning an image to itself changes nothing.
+    void operator=(const CImage& source); // NOLINT(misc-unconventional-assign-operator)
+
+    // Sets a pixel, all three samples of it on a colour image. Coordinates aren't checked.
+    void SetPixel(int row, int col, float value);
+
+    // Sets a pixel to a packed colour: red in bits 0 to 7, green in 8 to 15, blue in 16 to 23. A
+    // gray pixel becomes the mean of the three. Coordinates aren't checked.
+    void SetPixel(int row, int col, unsigned long colour);
+
+    // Maps the samples linearly, so that the smallest becomes `lo` and the largest `hi`, and sets
+    // pixel_format to 4. The search for the smallest starts at 1000000.0, for the largest at
+    // -1000000.0. An image of equal samples becomes not-a-numbers. Only the first ncols samples of
+    // a row count: on a colour image, the first third.
+    void Normalize(float lo, float hi);
+
+    // Replaces each sample s by table[s truncated toward zero], for the first ncols samples of each
+    // row. The table must cover every sample.
+    void WindowCenter(const int* table);
+
+    // Colour conversion (vorlane/image/colour.h has the single-pixel forms). RGB_to_LUV and
+    // MakeGray are for colour images, MakeColor for gray ones; another image gives null.
+
+    // Splits a colour image into three gray images of the same size that the caller has made.
+    // Changes nothing if this isn't a colour image, or if one of the three has too small a plane.
+    void ComputeRGB(CImage* red, CImage* green, CImage* blue) const;
+
+    // The mean of the three channels, with pixel_format 6.
+    CImage* MakeGray() const;
+
+    // Three equal channels, with pixel_format 4. `scale` 0 keeps the values; any other stretches
+    // the range of the image to 0 to 255 (an image of equal samples becomes not-a-numbers).
+    CImage* MakeColor(int scale) const;
+
+    // CIE 1976 L*u*v* with a D65 white point, in place of red, green, blue, rounded to whole
+    // numbers; both codes are 0. Samples lie from 0 to 255; others are safe, and what they give is
+    // open.
+    CImage* RGB_to_LUV() const;
+
+    // Reads a file in the format that its first bytes tell. Returns 1, or 0 after a message:
+    // "CImage: Can't open file" (nothing has changed), or the reader's own and "CImage: Can't read
+    // data" (the old pixels are gone, the three codes are those of the format). The other three
+    // planes stay as they are, whatever the new size.
+    int ReadImage(const char* path);
+
+    // Writes the file in the format of file_format, and returns 1, or 0: with the writer's message,
+    // or without one if the format can't be written.
+    int WriteImage(const char* path) const;
+
+    // Recursive filters; vorlane/filters/recursive_gaussian.h tells what they compute. `coef` is a
+    // record that ga or fdga has filled. Only the first ncols samples of a row are filtered, colour
+    // or not; the rest of a new colour image is 0. Codes and type are those of this image.
+    CImage* apply_IIR4_filter_x(const float* const* coef) const; // every row
+    CImage* apply_IIR4_filter_y(const float* const* coef) const; // every column
+
+    // Gaussian smoothing with a standard deviation of `sigma` pixels, along rows and then along
+    // columns. The filter's gain isn't 1: a constant gray image c becomes about 1.351 c at sigma 1,
+    // and falls off towards the borders. On a colour image each smoothed channel is stretched to 0
+    // to 255 by itself (a channel that is 0 everywhere becomes not-a-numbers). Null if sigma isn't
+    // positive and finite.
+    CImage* smooth_image(float sigma) const;
+
+    // First derivative of the smoothed image along j or i, by a Gaussian of `sigma` pixels. The
+    // sign is opposite to the slope: an image that rises by 1 a column gives about -0.73 at
+    // sigma 2. Works on the first ncols samples of a row, colour or not. Null if sigma isn't
+    // positive and finite.
+    CImage* first_derivative_x(float sigma) const;
+    CImage* first_derivative_y(float sigma) const;
+
+    // Gradient magnitude and direction by Gaussian derivatives, into mag_plane and dir_plane;
+    // planes that are large enough are reused. The magnitude is divided by its largest value and is
+    // 0 in a border about 2 sigma wide; where nothing has a magnitude it is not-a-number. The
+    // direction, in radians from 0 to 2 pi, is that of increasing gray level: 0 towards larger j,
+    // pi/2 towards larger i. On a colour image the channel with the largest magnitude decides.
+    // Changes nothing if sigma isn't positive and finite.
+    void edges_mag_dir(float sigma);
+
+    // Keeps mag_plane where it isn't smaller than at its two neighbours across the edge, and 0
+    // elsewhere. Call edges_mag_dir first. Gray, pixel_format 6. Null without the two planes.
+    CImage* non_maximum_suppression() const;
+
+    // 255.0 at every pixel above `high` and not on the border, and at every pixel above `low` that
+    // joins such a one through 8-neighbours above `low`; 0 elsewhere. Gray, pixel_format 4. For the
+    // result of non_maximum_suppression, with thresholds from 0 to 1. Source of the two thresholds:
+    // J. Canny, "A computational approach to edge detection", 1986.
+    CImage* hysteresis_thresholding(float high, float low) const;
+
+    // Marks with 255.0, in `marks`, what hysteresis_thresholding marks around (row, col): pixels
+    // above `low` that join it through pixels above `low` that aren't marked yet. The pixel's own
+    // neighbours are looked at whether or not it is above `low` itself. The position may lie
+    // anywhere.
+    void follow_edge(CImage* marks, int row, int col, float low) const;
+};

@@ -1,0 +1,89 @@
+// Private, for kernel files: atan2 over lanes, for floats held in doubles.
+#pragma once
+
+#include <vorlane/simd/lanes.h>
+
+namespace {
+
+// arctan(k / 8) as a sum of two doubles.
+constexpr double arctangent_high[8] = {0.0,
+                                       0.12435499454676144,
+                                       0.24497866312686414,
+                                       0.35877067027057225,
+                                       0.4636476090008061,
+                                       0.5585993153435624,
+                                       0.6435011087932844,
+                                       0.7188299996216245};
+constexpr double arctangent_low[8] = {0.0,
+                                      -3.1253241424539383e-18,
+                                      1.0698755618734451e-17,
+                                      -2.4623815582638635e-17,
+                                      2.2698777452961687e-17,
+                                      -5.4556305485916264e-18,
+                                      1.5834785051444286e-17,
+                                      -2.1478388444456983e-17};
+
+// The rare vectors with infinities or not-a-numbers.
+static F64 arctangent_2_by_lane(F64 y, F64 x) {
+    double ys[F64::count];
+    double xs[F64::count];
+    store(ys, y);
+    store(xs, x);
+    for (int k = 0; k < F64::count; ++k)
+        ys[k] = __builtin_atan2(ys[k], xs[k]);
+    return load(ys);
+}
+
+// The angle of (x, y) in radians, from -pi to pi, as atan2 gives it, with an error below 0.51 units
+// in the last place; x and y aren't both 0. Every step but the listed ones is exact or carries its
+// rounding error along: with v / u the smaller by the larger magnitude and c the nearest multiple
+// of 1/8,
+//     arctan(v / u) = arctan(c) + arctan(z),   z = (v - c u) / (u + c v),   |z| < 0.067,
+// where numerator and denominator are exact for floats, and arctan(z) is its power series.
+// All instruction sets take the same steps, so they give the same bits.
+static F64 arctangent_2(F64 y, F64 x) {
+    const F64 ax = absolute(x);
+    const F64 ay = absolute(y);
+    const M64 is_finite = ax + ay < all_lanes(__builtin_inf());
+    if (lane_bits(is_finite) != (1u << F64::count) - 1)
+        return arctangent_2_by_lane(y, x);
+    const F64 u = maximum(ax, ay);
+    const F64 v = minimum(ax, ay);
+
+    // c by bisection, from comparisons that are exact.
+    const F64 zero = all_lanes(0.0);
+    F64 c = select(v < u * all_lanes(7.0 / 16), zero, all_lanes(0.5));
+    c = c + select(v < u * (c + all_lanes(3.0 / 16)), zero, all_lanes(0.25));
+    c = c + select(v < u * (c + all_lanes(1.0 / 16)), zero, all_lanes(0.125));
+    const F64 index = c * all_lanes(8.0);
+
+    const F64 z = (v - c * u) / (u + c * v);
+    const F64 w = z * z;
+    F64 series = all_lanes(1.0 / 13) * w - all_lanes(1.0 / 11);
+    series = series * w + all_lanes(1.0 / 9);
+    series = series * w - all_lanes(1.0 / 7);
+    series = series * w + all_lanes(1.0 / 5);
+    series = series * w - all_lanes(1.0 / 3);
+    const F64 bend = z * w * series; // arctan(z) - z
+
+    // angle + rest: arctan(v / u), and then the octant it came from.
+    const F64 high = look_up_8(arctangent_high, index);
+    const F64 angle = high + z;
+    const F64 rest = (z - (angle - high)) + (look_up_8(arctangent_low, index) + bend);
+    const M64 is_steep = ax < ay;
+    const M64 is_left = is_negative(x);
+    const F64 half_pi_high = all_lanes(1.5707963267948966);
+    const F64 half_pi_low = all_lanes(6.123233995736766e-17);
+    const F64 pi_high = all_lanes(3.141592653589793);
+    const F64 pi_low = all_lanes(1.2246467991473532e-16);
+    const F64 origin = select(is_steep, half_pi_high, select(is_left, pi_high, zero));
+    const F64 origin_low = select(is_steep, half_pi_low, select(is_left, pi_low, zero));
+    const F64 sign = select(is_steep, select(is_left, all_lanes(1.0), all_lanes(-1.0)),
+                            select(is_left, all_lanes(-1.0), all_lanes(1.0)));
+    const F64 part = sign * angle;
+    const F64 sum = origin + part;
+    const F64 result = sum + ((part - (sum - origin)) + (origin_low + sign * rest));
+    return with_sign_of(result, y);
+}
+
+} // namespace
