@@ -10,7 +10,7 @@ namespace {
 
 using namespace vorlane;
 
-constexpr int type_from_reader = -1;
+constexpr int set_by_reader = -1;
 
 // A format that ReadImage recognises, and the codes that it sets before the reader runs.
 struct ReadableFormat {
@@ -31,8 +31,12 @@ constexpr ReadableFormat readable_formats[] = {
      [](const char* path, CImage& image) {
          return read_ppm_image(path, &image.nrows, &image.ncols);
      }},
-    {"BM", type_from_reader, 3, 4, nullptr},
-    {"TQ", type_from_reader, 4, 4, nullptr},
+    {"BM", set_by_reader, 3, 4, nullptr},
+    {"TQ", set_by_reader, 4, set_by_reader,
+     [](const char* path, CImage& image) {
+         return read_tqf_image(path, &image.nrows, &image.ncols, &image.image_type,
+                               &image.pixel_format);
+     }},
     {"", 0, 6, 7, nullptr},
 };
 
@@ -64,10 +68,11 @@ int CImage::ReadImage(const char* path) {
     for (const ReadableFormat& format : readable_formats) {
         if (!are_equal(line, format.magic))
             continue;
-        if (format.image_type != type_from_reader)
+        if (format.image_type != set_by_reader)
             image_type = format.image_type;
         file_format = format.file_format;
-        pixel_format = format.pixel_format;
+        if (format.pixel_format != set_by_reader)
+            pixel_format = format.pixel_format;
         pixels = format.read ? format.read(path, *this) : nullptr;
         break;
     }
@@ -84,6 +89,8 @@ int CImage::WriteImage(const char* path) const {
         return write_pgm_image(pixels, path, nrows, ncols, image_type);
     case 2:
         return write_ppm_image(pixels, path, nrows, ncols, image_type);
+    case 4:
+        return write_tqf_image(pixels, path, nrows, ncols, image_type, pixel_format);
     default:
         return 0;
     }

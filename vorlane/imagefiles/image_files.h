@@ -38,6 +38,21 @@ VORLANE_API int write_pgm_image(const float* const* plane, const char* path, int
 VORLANE_API int write_ppm_image(const float* const* plane, const char* path, int nrows, int ncols,
                                 int image_type);
 
+// TQ, the library's own format: a header of four lines of text (TQ; rows and columns; pixel_format;
+// image_type), then the samples from the top row, each as its pixel_format says, low byte first: 4
+// unsigned byte, 5 signed 32-bit integer, 6 32-bit float, 7 signed 16-bit integer. Whole numbers
+// are truncated toward zero and keep their low bits. A colour image has three bytes a pixel and
+// pixel_format 4. A gray image with another code has no samples on file, and reads as zeros; of a
+// movie file the first frame is read. Messages: "read_tqf_image: Can't open file", "A color image
+// has to be in byte format". An image_type other than 0 and 1 gives null with all results set.
+VORLANE_API float** read_tqf_image(const char* path, int* nrows, int* ncols, int* image_type,
+                                   int* pixel_format);
+
+// Messages: "write_tqf_image: A color image has to be in byte format" (no file is touched),
+// "write_tqf_image: Can't create file".
+VORLANE_API int write_tqf_image(const float* const* plane, const char* path, int nrows, int ncols,
+                                int image_type, int pixel_format);
+
 // Big-endian numbers from a stream, a byte at a time; a byte behind the end counts as 255. getfloat
 // reads an IEEE 754 single. putshort writes the high byte, then the low one.
 VORLANE_API short getshort(std::FILE* stream);

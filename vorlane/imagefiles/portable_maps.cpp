@@ -1,9 +1,8 @@
 #include <vorlane/imagefiles/image_files.h>
 
-#include <algorithm>
-
 #include <vorlane/image/failure.h>
 #include <vorlane/image/image_parts.h>
+#include <vorlane/imagefiles/sample_rows.h>
 #include <vorlane/imagefiles/samples.h>
 #include <vorlane/platform/input_file.h>
 
@@ -16,26 +15,6 @@ constexpr std::size_t line_size = 256; // of which 255 bytes are text
 // The first line that doesn't begin with "#"; empty at the end of the file.
 void read_past_comments(std::FILE* file, char* line) {
     while (read_line(file, line, line_size) && line[0] == '#') {
-    }
-}
-
-// Fills a plane of zeros with the bytes of the file; what is missing repeats the last one.
-void read_rows(std::FILE* file, float* const* plane, int rows, std::size_t samples) {
-    BlockReader reader(file);
-    unsigned char last = 0;
-    for (int i = 0; i < rows; ++i) {
-        std::size_t j = 0;
-        while (j < samples) {
-            const auto bytes = reader.take(samples - j);
-            if (bytes.empty())
-                break;
-            from_bytes(bytes.data(), plane[i] + j, bytes.size());
-            j += bytes.size();
-            last = bytes.back();
-        }
-        if (j < samples && last == 0)
-            return;
-        std::fill(plane[i] + j, plane[i] + samples, static_cast<float>(last));
     }
 }
 
@@ -57,7 +36,8 @@ float** read_portable_map(const char* path, int* nrows, int* ncols, int channels
     if (!plane)
         return nullptr;
     read_past_comments(file.get(), line); // the maximum
-    read_rows(file.get(), plane.get(), size[1], static_cast<std::size_t>(channels) * size[0]);
+    read_sample_rows(file.get(), plane.get(), size[1], static_cast<std::size_t>(channels) * size[0],
+                     1, from_bytes);
     *nrows = size[1];
     *ncols = size[0];
     return plane.release();
@@ -67,40 +47,27 @@ float** read_portable_map(const char* path, int* nrows, int* ncols, int channels
 class MapWriter {
 public:
     MapWriter(const char* path, const char* magic, int nrows, int ncols)
-        : file_(open_file(path, "wb")), rows_(nrows),
-          cols_(static_cast<std::size_t>(std::max(ncols, 0))) {
+        : file_(open_file(path, "wb")), rows_(nrows), cols_(ncols) {
         if (file_)
             std::fprintf(file_.get(), "%s\n%d %d\n255\n", magic, ncols, nrows);
     }
 
     bool is_open() const { return file_ != nullptr; }
 
-    // Writes all pixels, of `channels` bytes each: fill(i, j, count, out) gives `count` of them,
+    // Writes all pixels, of `channels` bytes each: encode(i, j, count, out) gives `count` of them,
     // from pixel j of row i on.
-    template<class Fill>
-    void write_pixels(std::size_t channels, Fill fill) {
-        BlockWriter writer(file_.get());
-        for (int i = 0; i < rows_; ++i) {
-            for (std::size_t j = 0; j < cols_;) {
-                const auto bytes = writer.room((cols_ - j) * channels, channels);
-                const std::size_t count = bytes.size() / channels;
-                fill(i, j, count, bytes.data());
-                j += count;
-            }
-        }
-        is_whole_ = writer.flush();
+    template<class Encode>
+    void write_pixels(std::size_t channels, Encode encode) {
+        is_whole_ = write_unit_rows(file_.get(), rows_, cols_, channels, encode);
     }
 
     // False if something of the file wasn't written.
-    bool close() {
-        const bool failed = std::ferror(file_.get()) != 0;
-        return std::fclose(file_.release()) == 0 && !failed && is_whole_;
-    }
+    bool close() { return close_written(file_) && is_whole_; }
 
 private:
     FileHandle file_;
     int rows_;
-    std::size_t cols_;
+    int cols_;
     bool is_whole_ = true;
 };
 

@@ -1,0 +1,139 @@
+#include <vorlane/imagefiles/tq.h>
+
+#include <algorithm>
+
+#include <vorlane/image/failure.h>
+#include <vorlane/image/image_parts.h>
+#include <vorlane/imagefiles/image_files.h>
+#include <vorlane/imagefiles/sample_rows.h>
+#include <vorlane/imagefiles/samples.h>
+#include <vorlane/platform/input_file.h>
+
+namespace vorlane {
+
+namespace {
+
+constexpr int byte_samples = 4;
+
+bool is_byte_colour(const TqHeader& header) {
+    return header.image_type == 1 && header.pixel_format == byte_samples;
+}
+
+} // namespace
+
+int scan_tq_header(std::FILE* file, TqHeader& header) {
+    char line[256];
+    read_line(file, line, sizeof line); // the magic
+    read_line(file, line, sizeof line);
+    int sizes[3] = {header.nrows, header.ncols, header.nframes};
+    int found = std::min(scan_ints(line, sizes, 3), 2);
+    header.nrows = sizes[0];
+    header.ncols = sizes[1];
+    header.nframes = sizes[2];
+    read_line(file, line, sizeof line);
+    found += scan_ints(line, &header.pixel_format, 1);
+    read_line(file, line, sizeof line);
+    return found + scan_ints(line, &header.image_type, 1);
+}
+
+void print_tq_image_header(std::FILE* file, const TqHeader& header) {
+    std::fprintf(file, "TQ\n%d %d\n%d\n%d\n", header.nrows, header.ncols, header.pixel_format,
+                 header.image_type);
+}
+
+void print_tq_movie_header(std::FILE* file, const TqHeader& header) {
+    std::fprintf(file, "TQ\n%d %d %d\n%d\n%d\n", header.nrows, header.ncols, header.nframes,
+                 header.pixel_format, header.image_type);
+}
+
+std::size_t tq_pixel_size(int image_type, int pixel_format) {
+    if (image_type == 1)
+        return pixel_format == byte_samples ? 3 : 0;
+    return image_type == 0 ? sample_size(pixel_format) : 0;
+}
+
+bool tq_header_is_believable(const TqHeader& header, int frames, std::int64_t available) {
+    const std::size_t sample = std::max<std::size_t>(sample_size(header.pixel_format), 1);
+    return header_is_believable(header.nrows, header.ncols, frames,
+                                std::max(channel_count(header.image_type), 1),
+                                static_cast<std::int64_t>(sample), available);
+}
+
+void read_tq_frame(std::FILE* file, float* const* plane, const TqHeader& header) {
+    const auto pixels = static_cast<std::size_t>(std::max(header.ncols, 0));
+    if (tq_pixel_size(header.image_type, header.pixel_format) == 0)
+        return;
+    const std::size_t samples = is_byte_colour(header) ? 3 * pixels : pixels;
+    read_sample_rows(file, plane, header.nrows, samples, sample_size(header.pixel_format),
+                     [&](const unsigned char* bytes, float* out, std::size_t count) {
+                         decode_samples(header.pixel_format, bytes, out, count);
+                     });
+}
+
+bool write_tq_frame(std::FILE* file, const float* const* plane, const TqHeader& header) {
+    const std::size_t unit = tq_pixel_size(header.image_type, header.pixel_format);
+    if (unit == 0)
+        return true;
+    const std::size_t channels = is_byte_colour(header) ? 3 : 1;
+    return write_unit_rows(file, header.nrows, header.ncols, unit,
+                           [&](int i, std::size_t j, std::size_t count, unsigned char* out) {
+                               encode_samples(header.pixel_format, plane[i] + channels * j, out,
+                                              channels * count);
+                           });
+}
+
+} // namespace vorlane
+
+using namespace vorlane;
+
+float** read_tqf_image(const char* path, int* nrows, int* ncols, int* image_type,
+                       int* pixel_format) {
+    const FileHandle file(open_file(path, "rb"));
+    if (!file) {
+        show_failure("read_tqf_image: Can't open file");
+        return nullptr;
+    }
+    TqHeader header;
+    if (scan_tq_header(file.get(), header) < 4)
+        return nullptr;
+    if (header.image_type == 1 && !is_byte_colour(header)) {
+        show_failure("A color image has to be in byte format");
+        return nullptr;
+    }
+    PlaneHandle plane;
+    if (const int channels = channel_count(header.image_type)) {
+        if (!tq_header_is_believable(header, 1, bytes_left(file.get())))
+            return nullptr;
+        plane.reset(make_plane(header.nrows, std::int64_t{channels} * header.ncols));
+        if (!plane)
+            return nullptr;
+        read_tq_frame(file.get(), plane.get(), header);
+    }
+    *nrows = header.nrows;
+    *ncols = header.ncols;
+    *image_type = header.image_type;
+    *pixel_format = header.pixel_format;
+    return plane.release();
+}
+
+int write_tqf_image(const float* const* plane, const char* path, int nrows, int ncols,
+                    int image_type, int pixel_format) {
+    const TqHeader header = {nrows, ncols, 1, pixel_format, image_type};
+    if (image_type == 1 && !is_byte_colour(header)) {
+        show_failure("write_tqf_image: A color image has to be in byte format");
+        return 0;
+    }
+    const bool has_samples = tq_pixel_size(image_type, pixel_format) > 0;
+    if (has_samples && !plane && nrows > 0 && ncols > 0)
+        return 0;
+    FileHandle file(open_file(path, "wb"));
+    bool is_written = file != nullptr;
+    if (file) {
+        print_tq_image_header(file.get(), header);
+        is_written = write_tq_frame(file.get(), plane, header);
+        is_written = close_written(file) && is_written;
+    }
+    if (!is_written)
+        show_failure("write_tqf_image: Can't create file");
+    return is_written ? 1 : 0;
+}
