@@ -34,21 +34,45 @@ static inline F64 direction_of(F64 dx, F64 dy) {
     return angle + all_lanes(double{3.1415927f});
 }
 
+// What is left of a row behind the last full vector, padded, so that it takes the same steps.
+struct Rest {
+    float samples[F64::count] = {};
+    Rest(const float* from, size_t n) {
+        for (size_t k = 0; k < n; ++k)
+            samples[k] = from[k];
+    }
+    void copy_to(float* to, size_t n) const {
+        for (size_t k = 0; k < n; ++k)
+            to[k] = samples[k];
+    }
+};
+
 static void direction(const float* dx, const float* dy, float* dir, size_t n) {
     size_t j = 0;
     for (; j + F64::count <= n; j += F64::count)
         store_floats(dir + j, direction_of(load_floats(dx + j), load_floats(dy + j)));
-    if (j == n)
-        return;
-    // The same lanes for the rest, so that it has the same bits.
-    float rest[3][F64::count] = {};
-    for (size_t k = 0; j + k < n; ++k) {
-        rest[0][k] = dx[j + k];
-        rest[1][k] = dy[j + k];
-    }
-    store_floats(rest[2], direction_of(load_floats(rest[0]), load_floats(rest[1])));
-    for (size_t k = 0; j + k < n; ++k)
-        dir[j + k] = rest[2][k];
+    const Rest x(dx + j, n - j);
+    Rest y(dy + j, n - j);
+    store_floats(y.samples, direction_of(load_floats(x.samples), load_floats(y.samples)));
+    y.copy_to(dir + j, n - j);
+}
+
+static inline void gradient_of(float* dx_to_mag, float* dy_to_dir) {
+    const F64 dx = load_floats(dx_to_mag);
+    const F64 dy = load_floats(dy_to_dir);
+    store_floats(dx_to_mag, magnitude_of(dx, dy));
+    store_floats(dy_to_dir, direction_of(dx, dy));
+}
+
+static void gradient(float* dx_to_mag, float* dy_to_dir, size_t n) {
+    size_t j = 0;
+    for (; j + F64::count <= n; j += F64::count)
+        gradient_of(dx_to_mag + j, dy_to_dir + j);
+    Rest x(dx_to_mag + j, n - j);
+    Rest y(dy_to_dir + j, n - j);
+    gradient_of(x.samples, y.samples);
+    x.copy_to(dx_to_mag + j, n - j);
+    y.copy_to(dy_to_dir + j, n - j);
 }
 
 static float largest(const float* row, size_t n, float start) {
@@ -161,6 +185,7 @@ static size_t first_above(const float* row, size_t begin, size_t end, float thre
 } // namespace
 
 extern const EdgeKernels edge_kernels;
-const EdgeKernels edge_kernels = {magnitude, direction, largest, divide, suppress, first_above};
+const EdgeKernels edge_kernels = {magnitude, direction, gradient,   largest,
+                                  divide,    suppress,  first_above};
 
 } // namespace vorlane::VORLANE_LANES

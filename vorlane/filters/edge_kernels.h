@@ -15,6 +15,9 @@ struct EdgeKernels {
     // from 0 to 2 pi. dir may be dx or dy.
     void (*direction)(const float* dx, const float* dy, float* dir, std::size_t n);
 
+    // Both at once, in place: dx becomes the magnitude and dy the direction.
+    void (*gradient)(float* dx_to_mag, float* dy_to_dir, std::size_t n);
+
     // The largest of n samples and `start`; not-a-numbers don't count.
     float (*largest)(const float* row, std::size_t n, float start);
 

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
+#include <cstdint>
 #include <memory>
 #include <utility>
 
@@ -23,26 +23,18 @@ std::int64_t round_half_away(double value) {
     return static_cast<std::int64_t>(value < 0.0 ? value - 0.5 : value + 0.5);
 }
 
-// Derivatives in the two planes become magnitude and direction where they stand.
-void gradient_in_place(float* const* mag, float* const* dir, std::size_t rows, std::size_t cols,
-                       float* spare_row) {
-    const EdgeKernels& kernels = pick_edge_kernels();
-    for (std::size_t i = 0; i < rows; ++i) {
-        kernels.magnitude(mag[i], dir[i], spare_row, cols);
-        kernels.direction(mag[i], dir[i], dir[i], cols);
-        std::memcpy(mag[i], spare_row, cols * sizeof(float));
-    }
-}
-
+// The derivatives stand in the two planes that become magnitude and direction; a block of rows is
+// turned as soon as its second derivative is there.
 bool gray_gradient(const CImage& image, float* const* mag, float* const* dir, float sigma) {
     const std::size_t rows = count_of(image.nrows);
     const std::size_t cols = count_of(image.ncols);
-    const PlaneHandle spare(make_plane(1, image.ncols, Fill::none));
-    if (!spare || !differentiate_x(image.pixels, mag, rows, cols, 1, sigma) ||
-        !differentiate_y(image.pixels, dir, rows, cols, 1, sigma))
-        return false;
-    gradient_in_place(mag, dir, rows, cols, *spare.get());
-    return true;
+    const EdgeKernels& kernels = pick_edge_kernels();
+    const auto turn = [&](std::size_t first, std::size_t count) {
+        for (std::size_t i = first; i < first + count; ++i)
+            kernels.gradient(mag[i], dir[i], cols);
+    };
+    return differentiate_x(image.pixels, mag, rows, cols, 1, sigma) &&
+           differentiate_y(image.pixels, dir, rows, cols, 1, sigma, turn);
 }
 
 // The channel whose magnitude is not smaller than the others'; the earliest one of a tie.

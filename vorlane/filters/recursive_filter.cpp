@@ -47,15 +47,18 @@ bool filter_columns(const LineFilter& filter, const float* const* in, float* con
 }
 
 bool filter_rows(const LineFilter& filter, const float* const* in, float* const* out,
-                 std::size_t rows, std::size_t n, std::size_t channels) {
+                 std::size_t rows, std::size_t n, std::size_t channels, const RowsDone& rows_done) {
     const RecursiveKernels& kernels = pick_recursive_kernels();
     const auto block = static_cast<std::size_t>(kernels.lines_per_block);
     const auto scratch = make_scratch(2 * n * channels * block);
     if (!scratch)
         return false;
-    for (std::size_t row = 0; row < rows; row += block)
-        kernels.rows(filter, in + row, out + row, n, channels, std::min(block, rows - row),
-                     scratch.get());
+    for (std::size_t row = 0; row < rows; row += block) {
+        const std::size_t count = std::min(block, rows - row);
+        kernels.rows(filter, in + row, out + row, n, channels, count, scratch.get());
+        if (rows_done)
+            rows_done(row, count);
+    }
     return true;
 }
 

@@ -1,50 +1,25 @@
-// Private: the recursive filter of fourth order over planes of any origin. One kernel serves the
-// filter along rows, along columns and, with rows of different slices for `in`, across slices.
+// Private: the recursive filter over planes of any origin.
 #pragma once
 
 #include <cstddef>
+#include <functional>
 
-#include <vorlane/simd/instruction_set.h>
+#include <vorlane/filters/recursive_kernels.h>
 
 namespace vorlane {
 
-// What a line filter reads from a coefficient record, and a factor that multiplies the rounded
-// result.
-struct LineFilter {
-    double u[4];
-    double d[5]; // causal feedback, from 1
-    double k;
-    double m[5]; // from 1
-    double e[5]; // anti-causal feedback, from 1
-    float scale;
-};
-
 LineFilter make_line_filter(const float* const* coef, float scale = 1.0f);
 
-struct RecursiveKernels {
-    // Lines that a wide block filters at once, as lanes.
-    int lines_per_block;
-
-    // Filters `count` columns, from `col` on, of the n rows in[0] to in[n - 1], into the same
-    // columns of `out`; in and out may be the same. `count` is at most lines_per_block; `scratch`
-    // has 2 n lines_per_block floats.
-    void (*columns)(const LineFilter& filter, const float* const* in, float* const* out,
-                    std::size_t n, std::size_t col, std::size_t count, float* scratch);
-
-    // Filters `count` rows of n pixels with `channels` interleaved samples each, every channel as a
-    // line of its own. in and out may be the same. `scratch` has 2 n channels lines_per_block
-    // floats.
-    void (*rows)(const LineFilter& filter, const float* const* in, float* const* out, std::size_t n,
-                 std::size_t channels, std::size_t count, float* scratch);
-};
-
-VORLANE_DECLARE_KERNELS(RecursiveKernels, recursive_kernels)
+// Hears that the rows from `first` on, `count` of them, are filtered, while they are still in the
+// cache.
+using RowsDone = std::function<void(std::size_t first, std::size_t count)>;
 
 // Filters n columns of `rows` rows, or `rows` rows of n pixels. False, with the output partly
 // written, only if there is no memory for the scratch block of some lines.
 bool filter_columns(const LineFilter& filter, const float* const* in, float* const* out,
                     std::size_t rows, std::size_t n);
 bool filter_rows(const LineFilter& filter, const float* const* in, float* const* out,
-                 std::size_t rows, std::size_t n, std::size_t channels = 1);
+                 std::size_t rows, std::size_t n, std::size_t channels = 1,
+                 const RowsDone& rows_done = {});
 
 } // namespace vorlane

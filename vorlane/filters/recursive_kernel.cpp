@@ -1,7 +1,7 @@
 // The recursive filter over lanes: every lane holds one line, so the order of a line's sums doesn't
 // depend on the width of the lanes. Samples and coefficients are floats held in doubles.
 
-#include <vorlane/filters/recursive_filter.h>
+#include <vorlane/filters/recursive_kernels.h>
 #include <vorlane/simd/lanes.h>
 #include <vorlane/simd/transpose.h>
 

@@ -33,9 +33,10 @@ bool differentiate_x(const float* const* in, float* const* out, std::size_t rows
 }
 
 bool differentiate_y(const float* const* in, float* const* out, std::size_t rows, std::size_t cols,
-                     std::size_t channels, float sigma) {
+                     std::size_t channels, float sigma, const RowsDone& rows_done) {
     return filter_columns(derivative_filter(sigma), in, out, rows, cols * channels) &&
-           filter_rows(gaussian_filter(sigma, derivative_scale), out, out, rows, cols, channels);
+           filter_rows(gaussian_filter(sigma, derivative_scale), out, out, rows, cols, channels,
+                       rows_done);
 }
 
 } // namespace vorlane

@@ -22,7 +22,7 @@ public:
     int pixel_format; // sample on file: 0 none stated, 4 unsigned byte, 5 signed 32-bit integer,
                       // 6 32-bit float, 7 signed 16-bit integer
     int file_format;  // 0 none stated, 1 PGM, 2 PPM, 3 BMP, 4 TQ, 5 AVI (movies only), 6 senvoc
-                     // scanner file, 7 velk, 8 raw, 9 halvort
+                      // scanner file, 7 velk, 8 raw, 9 halvort
     float** pixels; // gray: nrows x ncols; colour: nrows x 3 ncols, red, green, blue of pixel c at
                     // 3c, 3c + 1, 3c + 2
     float**

@@ -185,4 +185,24 @@ static inline F64 truncate(F64 a) {
     return {_mm256_round_pd(a.v, _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC)};
 }
 
+// Rows become columns: lane k of row r goes to lane r of row k.
+static inline void transpose(F32 (&rows)[F32::count]) {
+    __m256 a[8];
+    __m256 b[8];
+    for (int k = 0; k < 8; k += 2) { // pairs of rows
+        a[k] = _mm256_unpacklo_ps(rows[k].v, rows[k + 1].v);
+        a[k + 1] = _mm256_unpackhi_ps(rows[k].v, rows[k + 1].v);
+    }
+    for (int k = 0; k < 8; k += 4) { // fours of rows
+        for (int h = 0; h < 2; ++h) {
+            b[k + 2 * h] = _mm256_shuffle_ps(a[k + h], a[k + 2 + h], _MM_SHUFFLE(1, 0, 1, 0));
+            b[k + 2 * h + 1] = _mm256_shuffle_ps(a[k + h], a[k + 2 + h], _MM_SHUFFLE(3, 2, 3, 2));
+        }
+    }
+    for (int k = 0; k < 4; ++k) { // halves
+        rows[k].v = _mm256_permute2f128_ps(b[k], b[k + 4], 0x20);
+        rows[k + 4].v = _mm256_permute2f128_ps(b[k], b[k + 4], 0x31);
+    }
+}
+
 } // namespace

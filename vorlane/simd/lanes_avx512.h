@@ -184,4 +184,30 @@ static inline F64 truncate(F64 a) {
     return {_mm512_roundscale_pd(a.v, _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC)};
 }
 
+// Rows become columns: lane k of row r goes to lane r of row k.
+static inline void transpose(F32 (&rows)[F32::count]) {
+    __m512 a[16];
+    __m512 b[16];
+    for (int k = 0; k < 16; k += 2) { // pairs of rows
+        a[k] = _mm512_unpacklo_ps(rows[k].v, rows[k + 1].v);
+        a[k + 1] = _mm512_unpackhi_ps(rows[k].v, rows[k + 1].v);
+    }
+    for (int k = 0; k < 16; k += 4) { // fours of rows: b[k + c] holds column c of each quarter
+        for (int h = 0; h < 2; ++h) {
+            b[k + 2 * h] = _mm512_shuffle_ps(a[k + h], a[k + 2 + h], _MM_SHUFFLE(1, 0, 1, 0));
+            b[k + 2 * h + 1] = _mm512_shuffle_ps(a[k + h], a[k + 2 + h], _MM_SHUFFLE(3, 2, 3, 2));
+        }
+    }
+    for (int c = 0; c < 4; ++c) { // quarters
+        const __m512 even_low = _mm512_shuffle_f32x4(b[c], b[c + 4], 0x88);
+        const __m512 odd_low = _mm512_shuffle_f32x4(b[c], b[c + 4], 0xDD);
+        const __m512 even_high = _mm512_shuffle_f32x4(b[c + 8], b[c + 12], 0x88);
+        const __m512 odd_high = _mm512_shuffle_f32x4(b[c + 8], b[c + 12], 0xDD);
+        rows[c].v = _mm512_shuffle_f32x4(even_low, even_high, 0x88);
+        rows[c + 8].v = _mm512_shuffle_f32x4(even_low, even_high, 0xDD);
+        rows[c + 4].v = _mm512_shuffle_f32x4(odd_low, odd_high, 0x88);
+        rows[c + 12].v = _mm512_shuffle_f32x4(odd_low, odd_high, 0xDD);
+    }
+}
+
 } // namespace

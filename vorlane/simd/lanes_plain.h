@@ -174,4 +174,12 @@ static inline F64 truncate(F64 a) {
     return {static_cast<double>(static_cast<int>(a.v))};
 }
 
+// Rows become columns: lane k of row r goes to lane r of row k.
+static inline void transpose(F32 (&rows)[F32::count]) {
+    const F32 a = rows[0];
+    const F32 b = rows[1];
+    rows[0] = {a.low, b.low};
+    rows[1] = {a.high, b.high};
+}
+
 } // namespace

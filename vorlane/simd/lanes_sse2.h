@@ -181,4 +181,9 @@ static inline F64 truncate(F64 a) {
     return {_mm_cvtepi32_pd(_mm_cvttpd_epi32(a.v))};
 }
 
+// Rows become columns: lane k of row r goes to lane r of row k.
+static inline void transpose(F32 (&rows)[F32::count]) {
+    _MM_TRANSPOSE4_PS(rows[0].v, rows[1].v, rows[2].v, rows[3].v);
+}
+
 } // namespace
