@@ -92,6 +92,59 @@ public:
     // open.
     CImage* RGB_to_LUV() const;
 
+    // Pixel arithmetic, in double precision, rounded once when stored. A result has the size and
+    // both codes of this image, a, also where b is the colour one, and none of the other three
+    // planes. b may be a itself. Where the sizes differ, all but Superpose show "The two images
+    // should have the same size" and give null.
+
+    // Gray: min + max - s for each sample s, so that the range is mirrored onto itself; the search
+    // for both is that of Normalize. Colour: 255 - s.
+    CImage* Invert() const;
+
+    // The product and the sum of the samples, not clamped. A gray operand combines with each
+    // channel of a colour one, and the result is a colour image if either is.
+    CImage* Multseq(const CImage* b) const;
+    CImage* Addseq(const CImage* b) const;
+
+    // b is a mask: a sample other than 0 marks a pixel of a (not-a-number does, -0.0 doesn't). The
+    // mask of pixel j is sample j of the row, also if b is a colour image. Orseq sets the marked
+    // pixels to the largest of the first ncols samples of each row of a (the largest sample of a
+    // gray image) and keeps the others; Andseq keeps the marked ones and clears the others.
+    CImage* Orseq(const CImage* b) const;
+    CImage* Andseq(const CImage* b) const;
+
+    // A colour image: the pixels that b marks as in Orseq are red, 255, 0, 0; the others show a, a
+    // gray one stretched to 0 to 255 (one of equal samples becomes not-a-numbers), a colour one
+    // unchanged. b may be larger than a; null if it is smaller.
+    CImage* Superpose(const CImage* b) const;
+
+    // The larger and the smaller of two pixels, moved whole; a colour pixel counts with its mean,
+    // not rounded. The result is a colour image if either is. In a tie, and where a value is
+    // not-a-number, b's pixel is taken, or the gray one of a gray and a colour pixel.
+    CImage* Maxseq(const CImage* b) const;
+    CImage* Minseq(const CImage* b) const;
+
+    // Crop and resampling. A result has type and both codes of this image; scale_plane is null. A
+    // mag_plane or dir_plane that is smaller than the image counts as missing.
+
+    // The rectangle of rows x cols pixels whose first one is (first_row, first_col), with the same
+    // part of mag_plane and dir_plane. Null if it doesn't lie in the image; a size of 0 is allowed.
+    CImage* Extract(int first_row, int first_col, int rows, int cols) const;
+
+    // Smaller by a whole factor: nrows / factor x ncols / factor pixels, rows and columns that are
+    // left over are dropped. Each pixel is the mean of a block of factor x factor, or, for factor 2
+    // and mode 1, the sum of 3 x 3 pixels around every second one with the weights 0 1 0, 1 2 1,
+    // 0 1 0, times the float 0.16666667; row 1 and column 1 stand in for those before the first.
+    // mag_plane is reduced likewise and stretched to 0 to 1 (equal samples become 0), dir_plane is
+    // averaged as plain numbers. Null for a factor below 1.
+    CImage* Reduce(int factor, int mode) const;
+
+    // Larger by a whole factor. Mode 1 interpolates bilinearly: pixel (i, j) stands at (factor i,
+    // factor j) of the result, and the last row and column are repeated. Any other mode repeats
+    // each pixel factor x factor times. No further planes. Null for a factor below 1, or if a side
+    // of the result is more than an int.
+    CImage* Enlarge(int factor, int mode) const;
+
     // Reads a file in the format that its first bytes tell. Returns 1, or 0 after a message:
     // "CImage: Can't open file" (nothing has changed), or the reader's own and "CImage: Can't read
     // data" (the old pixels are gone, the three codes are those of the format). The other three

@@ -20,6 +20,11 @@ inline bool has_pixels(const CImage& image) {
     return image.pixels && image.nrows > 0 && image.ncols > 0;
 }
 
+// True if the image has a type with pixels and a plane of it, which may have no pixel.
+inline bool has_plane(const CImage& image) {
+    return image.pixels && channel_count(image.image_type) > 0;
+}
+
 // Samples in a row of the plane.
 inline std::int64_t samples_per_row(const CImage& image) {
     return std::int64_t{channel_count(image.image_type)} * image.ncols;
