@@ -145,6 +145,26 @@ public:
     // of the result is more than an int.
     CImage* Enlarge(int factor, int mode) const;
 
+    // Geometric transforms. A result has type and both codes of this image and no further planes.
+    // Each pixel of it is looked up in the source, and is 0 where that lies outside.
+
+    // Moves the picture down and to the right by whole pixels; negative shifts up and to the left.
+    CImage* Translate(int row_shift, int col_shift) const;
+
+    // Turns the picture counter-clockwise (row 0 is at the top) about pixel (nrows / 2, ncols / 2),
+    // by bilinear samples. The size stays; what leaves it is lost. A position on the last row or
+    // column counts as outside, also for multiples of 90 degrees.
+    CImage* Rotate(int degrees) const;
+
+    // Scales to nrows x row_factor by ncols x col_factor pixels, truncated; a col_factor of 0
+    // stands for row_factor. Bilinear samples, not smoothed before; pixel (0, 0) stays where it is,
+    // and positions on the last row or column are 0. Null for a factor that is negative or
+    // not-a-number, or if a side of the result is more than an int.
+    CImage* Scale(float row_factor, float col_factor) const;
+
+    // The same to a given size; null if that is negative, or if this image has no pixels.
+    CImage* Scale(int new_rows, int new_cols) const;
+
     // Reads a file in the format that its first bytes tell. Returns 1, or 0 after a message:
     // "CImage: Can't open file" (nothing has changed), or the reader's own and "CImage: Can't read
     // data" (the old pixels are gone, the three codes are those of the format). The other three

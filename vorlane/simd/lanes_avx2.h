@@ -205,4 +205,9 @@ static inline void transpose(F32 (&rows)[F32::count]) {
     }
 }
 
+// Truncates toward zero, likewise, and stores whole numbers.
+static inline void store_truncated(std::int32_t* p, F64 a) {
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(p), _mm256_cvttpd_epi32(a.v));
+}
+
 } // namespace

@@ -210,4 +210,9 @@ static inline void transpose(F32 (&rows)[F32::count]) {
     }
 }
 
+// Truncates toward zero, likewise, and stores whole numbers.
+static inline void store_truncated(std::int32_t* p, F64 a) {
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), _mm512_cvttpd_epi32(a.v));
+}
+
 } // namespace

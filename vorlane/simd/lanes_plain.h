@@ -182,4 +182,9 @@ static inline void transpose(F32 (&rows)[F32::count]) {
     rows[1] = {a.high, b.high};
 }
 
+// Truncates toward zero, likewise, and stores whole numbers.
+static inline void store_truncated(std::int32_t* p, F64 a) {
+    *p = static_cast<std::int32_t>(a.v);
+}
+
 } // namespace

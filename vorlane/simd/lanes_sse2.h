@@ -186,4 +186,9 @@ static inline void transpose(F32 (&rows)[F32::count]) {
     _MM_TRANSPOSE4_PS(rows[0].v, rows[1].v, rows[2].v, rows[3].v);
 }
 
+// Truncates toward zero, likewise, and stores whole numbers.
+static inline void store_truncated(std::int32_t* p, F64 a) {
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(p), _mm_cvttpd_epi32(a.v));
+}
+
 } // namespace

@@ -1,0 +1,193 @@
+#include <vorlane/image/image.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <memory>
+#include <new>
+
+#include <vorlane/image/image_parts.h>
+#include <vorlane/operators/sampling_kernels.h>
+
+namespace {
+
+using namespace vorlane;
+using std::int64_t;
+
+constexpr float minus_one_degree = -0.017453292f; // turns the result's grid into the source's
+
+std::unique_ptr<CImage> make_result(const CImage& source, int rows, int cols) {
+    return make_unwritten_image(rows, cols, source.image_type, source.file_format,
+                                source.pixel_format);
+}
+
+struct Span {
+    int64_t begin, end;
+
+    bool is_empty() const { return begin >= end; }
+};
+
+// Cuts the span down to the columns where `holds` does; it changes its answer along a row once at
+// the most.
+template<class Condition>
+void restrict_to(Span& span, Condition holds) {
+    if (span.is_empty())
+        return;
+    const bool first = holds(span.begin);
+    if (first == holds(span.end - 1)) {
+        if (!first)
+            span.end = span.begin;
+        return;
+    }
+    int64_t same = span.begin;
+    int64_t other = span.end - 1;
+    while (other - same > 1) {
+        const int64_t middle = same + (other - same) / 2;
+        (holds(middle) == first ? same : other) = middle;
+    }
+    (first ? span.end : span.begin) = other;
+}
+
+// Clears the pixels of a row outside the span.
+void clear_outside(float* row, const Span& span, int64_t cols, int64_t channels) {
+    if (span.is_empty()) {
+        std::fill_n(row, channels * cols, 0.0f);
+        return;
+    }
+    std::fill_n(row, channels * span.begin, 0.0f);
+    std::fill(row + channels * span.end, row + channels * cols, 0.0f);
+}
+
+float row_position(const Turn& turn, double dr, double dc) {
+    return static_cast<float>(dr * turn.cos - dc * turn.sin + turn.centre_row);
+}
+float col_position(const Turn& turn, double dr, double dc) {
+    return static_cast<float>(dr * turn.sin + dc * turn.cos + turn.centre_col);
+}
+
+// The columns whose positions lie in the image and have a next row and a next column. A position
+// moves in one direction along a row, roundings included.
+Span columns_inside(const Turn& turn, double dr, int rows, int cols) {
+    Span span = {0, cols};
+    const auto dc = [&](int64_t col) { return static_cast<double>(col) - turn.centre_col; };
+    restrict_to(span, [&](int64_t col) { return row_position(turn, dr, dc(col)) >= 0.0f; });
+    restrict_to(span,
+                [&](int64_t col) { return double{row_position(turn, dr, dc(col))} < rows - 1; });
+    restrict_to(span, [&](int64_t col) { return col_position(turn, dr, dc(col)) >= 0.0f; });
+    restrict_to(span,
+                [&](int64_t col) { return double{col_position(turn, dr, dc(col))} < cols - 1; });
+    return span;
+}
+
+// A side of a scaled image, or -1 if there is none.
+int scaled_side(int side, float factor) {
+    const double scaled = static_cast<double>(side) * double{factor};
+    if (!(factor >= 0.0f) || !(scaled < std::numeric_limits<int>::max() + 1.0))
+        return -1;
+    return static_cast<int>(scaled);
+}
+
+CImage* scale(const CImage& source, int rows, int cols, float row_factor, float col_factor) {
+    auto out = make_result(source, rows, cols);
+    const auto count = static_cast<std::size_t>(cols);
+    const std::unique_ptr<std::int32_t[]> whole(new (std::nothrow) std::int32_t[count]);
+    const std::unique_ptr<float[]> fraction(new (std::nothrow) float[count]);
+    if (!out || !whole || !fraction)
+        return nullptr;
+    // The whole part is that of the unrounded quotient, so a fraction may be 1.
+    Span inside = {0, 0};
+    for (; inside.end < cols; ++inside.end) {
+        const double x = static_cast<double>(inside.end) / double{col_factor};
+        const auto rounded = static_cast<float>(x);
+        if (!(rounded < source.ncols - 1.0) || !(x < source.ncols - 1.0))
+            break;
+        whole[inside.end] = static_cast<std::int32_t>(x);
+        fraction[inside.end] = static_cast<float>(double{rounded} - whole[inside.end]);
+    }
+    const auto channels = static_cast<std::size_t>(channel_count(source.image_type));
+    const SamplingKernels& kernels = pick_sampling_kernels();
+    for (int i = 0; i < rows; ++i) {
+        const double y = i / double{row_factor};
+        float* const to = out->pixels[i];
+        if (inside.is_empty() || !(y < source.nrows - 1.0)) {
+            std::fill_n(to, channels * count, 0.0f);
+            continue;
+        }
+        const auto row = static_cast<std::int32_t>(y);
+        kernels.scale_row(source.pixels[row], source.pixels[row + 1], channels,
+                          {whole.get(), fraction.get()}, y - row, to,
+                          static_cast<std::size_t>(inside.end));
+        clear_outside(to, inside, cols, static_cast<int64_t>(channels));
+    }
+    return out.release();
+}
+
+} // namespace
+
+CImage* CImage::Translate(int row_shift, int col_shift) const {
+    if (!has_plane(*this))
+        return nullptr;
+    auto out = make_result(*this, nrows, ncols);
+    if (!out)
+        return nullptr;
+    const int64_t channels = channel_count(image_type);
+    const int64_t shift = col_shift;
+    const Span inside = {std::max<int64_t>(shift, 0), std::min<int64_t>(ncols + shift, ncols)};
+    for (int i = 0; i < nrows; ++i) {
+        const int64_t row = int64_t{i} - row_shift;
+        const bool is_outside = inside.is_empty() || row < 0 || row >= nrows;
+        float* const to = out->pixels[i];
+        clear_outside(to, is_outside ? Span{0, 0} : inside, ncols, channels);
+        if (!is_outside)
+            std::copy_n(pixels[row] + channels * (inside.begin - shift),
+                        channels * (inside.end - inside.begin), to + channels * inside.begin);
+    }
+    return out.release();
+}
+
+CImage* CImage::Rotate(int degrees) const {
+    if (!has_plane(*this))
+        return nullptr;
+    auto out = make_result(*this, nrows, ncols);
+    if (!out)
+        return nullptr;
+    const auto angle = static_cast<float>(degrees * double{minus_one_degree});
+    const int centre_row = nrows / 2;
+    const int centre_col = ncols / 2;
+    const Turn turn = {std::cos(double{angle}), std::sin(double{angle}),
+                       static_cast<double>(centre_row), static_cast<double>(centre_col)};
+    const int64_t channels = channel_count(image_type);
+    const SamplingKernels& kernels = pick_sampling_kernels();
+    for (int i = 0; i < nrows; ++i) {
+        const double dr = i - centre_row;
+        const Span inside = columns_inside(turn, dr, nrows, ncols);
+        float* const to = out->pixels[i];
+        clear_outside(to, inside, ncols, channels);
+        if (!inside.is_empty())
+            kernels.turn_row(pixels, static_cast<std::size_t>(channels), turn, dr,
+                             static_cast<double>(inside.begin - centre_col),
+                             to + channels * inside.begin,
+                             static_cast<std::size_t>(inside.end - inside.begin));
+    }
+    return out.release();
+}
+
+CImage* CImage::Scale(float row_factor, float col_factor) const {
+    if (!has_plane(*this))
+        return nullptr;
+    if (col_factor == 0.0f)
+        col_factor = row_factor;
+    const int rows = scaled_side(nrows, row_factor);
+    const int cols = scaled_side(ncols, col_factor);
+    return rows < 0 || cols < 0 ? nullptr : scale(*this, rows, cols, row_factor, col_factor);
+}
+
+CImage* CImage::Scale(int new_rows, int new_cols) const {
+    if (!has_plane(*this) || nrows <= 0 || ncols <= 0 || new_rows < 0 || new_cols < 0)
+        return nullptr;
+    const auto factor = [](int after, int before) {
+        return static_cast<float>(static_cast<double>(after) / before);
+    };
+    return scale(*this, new_rows, new_cols, factor(new_rows, nrows), factor(new_cols, ncols));
+}
