@@ -1,1 +1,163 @@
+#include <cmath>
+#include <limits>
+#include <numeric>
+#include <random>
+#include <vector>
+
 #include <gtest/gtest.h>
+
+#include <support/pictures.h>
+
+namespace {
+
+TEST(Image, DefaultIsEmpty) {
+    const CImage image;
+    EXPECT_EQ(image.nrows, 0);
+    EXPECT_EQ(image.ncols, 0);
+    EXPECT_EQ(image.image_type, 0);
+    EXPECT_EQ(image.pixel_format, 6);
+    EXPECT_EQ(image.file_format, 4);
+    for (const auto plane : {image.pixels, image.mag_plane, image.dir_plane, image.scale_plane})
+        EXPECT_EQ(plane, nullptr);
+}
+
+TEST(Image, ConstructorsTakeFileFormatBeforePixelFormat) {
+    const CImage gray(2, 3, 0, 1, 4);
+    EXPECT_EQ(gray.file_format, 1);
+    EXPECT_EQ(gray.pixel_format, 4);
+    EXPECT_EQ(samples_of(gray), std::vector<float>(6, 0.0f));
+    const CImage colour(2, 3, 1, 2, 7);
+    EXPECT_EQ(colour.pixel_format, 7);
+    EXPECT_EQ(samples_of(colour), std::vector<float>(18, 0.0f));
+    EXPECT_EQ(colour.mag_plane, nullptr);
+    EXPECT_EQ(CImage(2, 3, 2, 4, 6).pixels, nullptr);
+    EXPECT_EQ(CImage(-2, 3, 0, 4, 6).pixels, nullptr);
+
+    const auto source = make_random(4, 5, 1, 1);
+    const CImage copy(4, 5, 1, source->pixels, 3, 4);
+    EXPECT_TRUE(same_bits(samples_of(copy), samples_of(*source)));
+    EXPECT_NE(copy.pixels[0], source->pixels[0]);
+}
+
+TEST(Image, CopyIsDeepAndLacksWhatTheSourceLacks) {
+    const auto source = make_random(6, 7, 1, 2);
+    source->mag_plane = make_2D_float_array(6, 7);
+    source->mag_plane[5][6] = 3.0f;
+    const CImage copy(source.get());
+    EXPECT_TRUE(same_bits(samples_of(copy), samples_of(*source)));
+    EXPECT_EQ(copy.mag_plane[5][6], 3.0f);
+    EXPECT_NE(copy.mag_plane, source->mag_plane);
+    EXPECT_EQ(copy.dir_plane, nullptr);
+    const CImage empty(static_cast<const CImage*>(nullptr));
+    EXPECT_EQ(empty.pixels, nullptr);
+    const CImage of_empty(&empty);
+    EXPECT_EQ(of_empty.pixels, nullptr);
+    EXPECT_EQ(of_empty.pixel_format, 6);
+}
+
+TEST(Image, AssignmentKeepsPlanesThatTheSourceLacks) {
+    CImage target(2, 2, 0, 1, 4);
+    target.dir_plane = make_2D_float_array(2, 2);
+    target.dir_plane[1][1] = 9.0f;
+    float** const kept = target.dir_plane;
+    const auto source = make_random(50, 60, 0, 3);
+    source->mag_plane = make_2D_float_array(50, 60);
+    target = *source;
+    EXPECT_EQ(target.nrows, 50);
+    EXPECT_TRUE(same_bits(samples_of(target), samples_of(*source)));
+    EXPECT_NE(target.mag_plane, nullptr);
+    EXPECT_EQ(target.dir_plane, kept);
+    EXPECT_EQ(kept[1][1], 9.0f);
+
+    // The kept plane is smaller than the image by now; a copy takes what there is of it.
+    const CImage copy(target);
+    EXPECT_EQ(copy.dir_plane[1][1], 9.0f);
+    EXPECT_EQ(copy.dir_plane[49][59], 0.0f);
+
+    float** const pixels = target.pixels;
+    target = CImage(5, 5, 3, 8, 5);
+    EXPECT_EQ(target.image_type, 3);
+    EXPECT_EQ(target.nrows, 5);
+    EXPECT_EQ(target.pixels, pixels);
+
+    CImage& same = target;
+    target.image_type = 0;
+    target = same;
+    EXPECT_EQ(target.pixels, pixels);
+}
+
+TEST(Image, SetPixel) {
+    CImage gray(2, 2, 0, 1, 4);
+    CImage colour(2, 2, 1, 1, 4);
+    gray.SetPixel(1, 0, 2.5f);
+    colour.SetPixel(1, 1, 2.5f);
+    EXPECT_EQ(samples_of(gray), (std::vector<float>{0, 0, 2.5f, 0}));
+    EXPECT_EQ(samples_of(colour),
+              (std::vector<float>{0, 0, 0, 0, 0, 0, 0, 0, 0, 2.5f, 2.5f, 2.5f}));
+    colour.SetPixel(0, 0, 0xAB332211UL);
+    EXPECT_EQ(colour.pixels[0][0], 0x11);
+    EXPECT_EQ(colour.pixels[0][1], 0x22);
+    EXPECT_EQ(colour.pixels[0][2], 0x33);
+    gray.SetPixel(0, 0, 0xFF0000UL);
+    EXPECT_EQ(gray.pixels[0][0], 85.0f);
+    gray.SetPixel(0, 0, 0x020100UL);
+    EXPECT_EQ(gray.pixels[0][0], static_cast<float>(3 * double{0.33333334f}));
+}
+
+void normalise_plainly(CImage& image, float lo, float hi) {
+    float min = 1000000.0f;
+    float max = -1000000.0f;
+    for (int i = 0; i < image.nrows; ++i)
+        for (int j = 0; j < image.ncols; ++j) {
+            if (image.pixels[i][j] < min)
+                min = image.pixels[i][j];
+            if (image.pixels[i][j] > max)
+                max = image.pixels[i][j];
+        }
+    for (int i = 0; i < image.nrows; ++i)
+        for (int j = 0; j < image.ncols; ++j)
+            image.pixels[i][j] = static_cast<float>(
+                (double{image.pixels[i][j]} - min) / (double{max} - min) * (double{hi} - lo) + lo);
+}
+
+TEST(Image, NormalizeEqualsThePlainLoop) {
+    with_each_instruction_set([] {
+        for (int cols = 1; cols <= 70; ++cols) {
+            for (const int type : {0, 1}) {
+                const auto image = make_random(3, cols, type, static_cast<unsigned>(cols));
+                image->pixels[2][cols - 1] = cols % 3 ? 400.0f : NAN; // in the tail
+                CImage expected(*image);
+                normalise_plainly(expected, -3.7f, 251.3f);
+                image->Normalize(-3.7f, 251.3f);
+                ASSERT_TRUE(same_bits(samples_of(*image), samples_of(expected))) << cols;
+            }
+        }
+    });
+}
+
+TEST(Image, NormalizeAtItsLimits) {
+    CImage image(1, 2, 0, 1, 6);
+    image.Normalize(0.0f, 1.0f);
+    EXPECT_EQ(image.pixel_format, 4);
+    EXPECT_TRUE(std::isnan(image.pixels[0][0])); // equal samples
+
+    image.pixels[0][0] = 2000000.0f; // both above the start of the search for the smallest
+    image.pixels[0][1] = 3000000.0f;
+    image.Normalize(0.0f, 1.0f);
+    EXPECT_EQ(image.pixels[0][0], 0.5f);
+
+    CImage empty;
+    empty.Normalize(0.0f, 255.0f);
+    EXPECT_EQ(empty.pixel_format, 4);
+}
+
+TEST(Image, WindowCenterTruncatesAndKeepsToTheFirstColumns) {
+    const auto image =
+        make_colour(1, 2, [](int, int j, int k) { return static_cast<float>(3 * j + k) + 0.9f; });
+    image->pixels[0][1] = -0.9f;
+    const int table[] = {10, 11, 12};
+    image->WindowCenter(table);
+    EXPECT_EQ(samples_of(*image), (std::vector<float>{10, 10, 2.9f, 3.9f, 4.9f, 5.9f}));
+}
+
+} // namespace

@@ -1,1 +1,211 @@
+#include <climits>
+#include <cstdio>
+#include <string>
+#include <vector>
+
 #include <gtest/gtest.h>
+
+#include <support/messages.h>
+#include <support/pictures.h>
+#include <support/scratch_folder.h>
+#include <vorlane/imagefiles/image_files.h>
+#include <vorlane/platform/input_file.h>
+
+namespace {
+
+using Samples = std::vector<float>;
+
+class PortableMaps : public testing::Test {
+protected:
+    const ScratchFolder folder_;
+    MessageCatcher messages_;
+
+    ImagePtr read(const std::string& bytes) {
+        auto image = std::make_unique<CImage>();
+        const std::string path = folder_.write("in", bytes);
+        const int result = image->ReadImage(path.c_str());
+        EXPECT_EQ(result, image->pixels != nullptr);
+        return image;
+    }
+};
+
+TEST_F(PortableMaps, PrefixTest) {
+    EXPECT_EQ(are_equal("P5\n", "P5"), 1);
+    EXPECT_EQ(are_equal("P5", "P5\n"), 0);
+    EXPECT_EQ(are_equal("P", "P5"), 0);
+    EXPECT_EQ(are_equal("x", ""), 1);
+    EXPECT_EQ(are_equal("", ""), 1);
+    EXPECT_EQ(are_equal("\xffz", "\xff"), 1);
+}
+
+TEST_F(PortableMaps, ReadsGrayAndColour) {
+    const auto gray = read("P5 anything\n# one\n#two\n3 2 ignored\n#three\n65535\n#ab\x01\xff\x80");
+    EXPECT_EQ(gray->nrows, 2);
+    EXPECT_EQ(gray->ncols, 3);
+    EXPECT_EQ(gray->image_type, 0);
+    EXPECT_EQ(gray->file_format, 1);
+    EXPECT_EQ(gray->pixel_format, 4);
+    EXPECT_EQ(samples_of(*gray), (Samples{'#', 'a', 'b', 1, 255, 128}));
+
+    const auto colour = read(std::string("P6\n1 2\n255\n\x01\x02\x03\x04\x05\x06", 17));
+    EXPECT_EQ(colour->image_type, 1);
+    EXPECT_EQ(colour->file_format, 2);
+    EXPECT_EQ(colour->nrows, 2);
+    EXPECT_EQ(samples_of(*colour), (Samples{1, 2, 3, 4, 5, 6}));
+}
+
+TEST_F(PortableMaps, ALineEndsAfter255Bytes) {
+    // The rest of a long comment is a line of its own: here, the size line.
+    EXPECT_EQ(read("P5\n#" + std::string(254, 'x') + "2 1\n255\nab")->ncols, 2);
+    // Behind the maximum, the rest of a long line is pixel data.
+    EXPECT_EQ(samples_of(*read("P5\n2 1\n" + std::string(255, '9') + "ab")), (Samples{'a', 'b'}));
+}
+
+TEST_F(PortableMaps, ShortFilesRepeatTheLastByte) {
+    EXPECT_EQ(samples_of(*read("P5\n3 2\n255\nab")), (Samples{'a', 'b', 'b', 'b', 'b', 'b'}));
+    EXPECT_EQ(samples_of(*read("P6\n2 1\n255\nab")), (Samples{'a', 'b', 'b', 'b', 'b', 'b'}));
+    EXPECT_EQ(samples_of(*read("P5\n3 1\n255\n")), (Samples{0, 0, 0}));
+    EXPECT_EQ(samples_of(*read("P5\n2 1\n#")), (Samples{0, 0}));
+    EXPECT_TRUE(messages_.take().empty());
+    const auto large = read("P5\n300 1000\n255\n" + std::string(262144 + 7, 'c'));
+    EXPECT_EQ(large->pixels[999][299], static_cast<float>('c'));
+}
+
+TEST_F(PortableMaps, HeadersThatMakeNoSenseFail) {
+    CImage image(2, 2, 1, 4, 6);
+    for (const char* const header :
+         {"P5\n", "P5", "P5\n#", "P5\n# only\n#comments", "P5\nx 2\n255\n", "P5\n2\n255\nabcd",
+          "P5\n0 2\n255\n", "P5\n2 -2\n255\nabcd", "P5\n99999999999 1\n255\nab",
+          "P5\n2147483647 2147483647\n255\nab", "P5\n100000 100000\n255\nab"}) {
+        EXPECT_EQ(image.ReadImage(folder_.write("in", header).c_str()), 0) << header;
+        EXPECT_EQ(image.pixels, nullptr);
+        EXPECT_EQ(image.file_format, 1);
+        EXPECT_EQ(image.pixel_format, 4);
+        EXPECT_EQ(image.image_type, 0);
+        EXPECT_EQ(image.nrows, 2); // the sizes stay
+        EXPECT_EQ(messages_.take_failures(), Texts{"CImage: Can't read data"}) << header;
+    }
+    // Large and honest: 2^27 samples, of which the file holds a thousandth.
+    const auto honest = read("P5\n16384 8192\n255\n" + std::string((1 << 27) / 1000, 'z'));
+    EXPECT_EQ(honest->pixels[8191][16383], static_cast<float>('z'));
+}
+
+TEST_F(PortableMaps, WhatCannotBeOpenedOrCreated) {
+    CImage image(2, 2, 0, 1, 4);
+    float** const pixels = image.pixels;
+    for (const std::string& path : {folder_.path("missing"), folder_.path()}) {
+        EXPECT_EQ(image.ReadImage(path.c_str()), 0);
+        EXPECT_EQ(image.pixels, pixels);
+        EXPECT_EQ(messages_.take_failures(), Texts{"CImage: Can't open file"});
+        int rows = -5;
+        EXPECT_EQ(read_pgm_image(path.c_str(), &rows, &rows), nullptr);
+        EXPECT_EQ(read_ppm_image(path.c_str(), &rows, &rows), nullptr);
+        EXPECT_EQ(rows, -5);
+        EXPECT_EQ(messages_.take_failures(),
+                  (Texts{"read_pgm_image: Can't open file", "read_ppm_image: Can't open file"}));
+    }
+    for (const char* const path : {"/no/such/folder/file", "/dev/full"}) {
+        for (const int type : {0, 1}) {
+            CImage source(2, 2, type, 1, 4);
+            EXPECT_EQ(write_pgm_image(source.pixels, path, 2, 2, type), 0);
+            EXPECT_EQ(write_ppm_image(source.pixels, path, 2, 2, type), 0);
+        }
+        Texts texts;
+        for (const Message& message : messages_.take()) {
+            if (message.type == 0)
+                texts.push_back(message.text);
+            else // the question of a colour image comes only when the file is there
+                EXPECT_EQ(path, std::string("/dev/full"));
+        }
+        EXPECT_EQ(
+            texts,
+            (Texts{"write_pgm_image: Can't create file", "write_ppm_image: Can't create file",
+                   "write_pgm_image: Can't create file", "write_ppm_image: Can't create file"}));
+    }
+}
+
+TEST_F(PortableMaps, BytesAreTruncatedAndKeepTheirLowBits) {
+    const Samples values = {255.9f,    256.0f,  300.7f, -1.0f,     -0.9f,  1e10f,  -1e30f,
+                            INFINITY,  NAN,     0.0f,   4e9f,      127.5f, 128.0f, -255.f,
+                            2147483.f, 65535.f, 3e18f,  8388609.f, 1.f,    77.f};
+    const std::string expected(
+        "\xff\x00\x2c\xff\x00\x00\x00\x00\x00\x00\x00\x7f\x80\x01\x9b\xff\x00\x01\x01\x4d", 20);
+    const auto image =
+        make_gray(1, 20, [&](int, int j) { return values[static_cast<std::size_t>(j)]; });
+    EXPECT_EQ(image->WriteImage(folder_.path("out").c_str()), 1);
+    EXPECT_EQ(folder_.read("out"), "P5\n20 1\n255\n" + expected);
+    image->file_format = 2;
+    EXPECT_EQ(image->WriteImage(folder_.path("out").c_str()), 1);
+    const std::string bytes = folder_.read("out");
+    EXPECT_EQ(bytes.substr(0, 12), "P6\n20 1\n255\n");
+    for (std::size_t j = 0; j < 20; ++j)
+        EXPECT_EQ(bytes.substr(12 + 3 * j, 3), std::string(3, expected[j])) << j;
+}
+
+TEST_F(PortableMaps, ColourToGrayAsks) {
+    const auto image =
+        make_colour(1, 2, [](int, int j, int k) { return static_cast<float>(100 * j + 10 * k); });
+    image->file_format = 1;
+    EXPECT_EQ(image->WriteImage(folder_.path("out").c_str()), 1);
+    const auto questions = messages_.take();
+    ASSERT_EQ(questions.size(), 1u);
+    EXPECT_EQ(questions[0].text, "write_pgm_file: Converting to gray level");
+    EXPECT_EQ(questions[0].type, 1u);
+    EXPECT_EQ(questions[0].help_id, 0u);
+    const auto byte = [](double sum) {
+        return static_cast<char>(static_cast<int>(sum * 0.3333333333333333));
+    };
+    EXPECT_EQ(folder_.read("out"), std::string("P5\n2 1\n255\n") + byte(30) + byte(330));
+
+    MessageCatcher cancel(2);
+    EXPECT_EQ(image->WriteImage(folder_.path("out").c_str()), 0);
+    EXPECT_EQ(folder_.read("out"), "P5\n2 1\n255\n");
+    EXPECT_EQ(write_pgm_image(nullptr, folder_.path("out").c_str(), 4, 9, 2), 1); // a header alone
+    EXPECT_EQ(folder_.read("out"), "P5\n9 4\n255\n");
+}
+
+TEST_F(PortableMaps, ReadingKeepsTheOtherPlanes) {
+    CImage image(3, 3, 0, 1, 4);
+    image.mag_plane = make_2D_float_array(3, 3);
+    float** const mag = image.mag_plane;
+    ASSERT_EQ(image.ReadImage(folder_.write("in", "P5\n1 1\n255\na").c_str()), 1);
+    EXPECT_EQ(image.mag_plane, mag);
+}
+
+TEST_F(PortableMaps, UnwritableFormatsAreSilent) {
+    CImage image(2, 2, 0, 0, 4);
+    for (const int format : {0, 5, 6, 20, -1}) {
+        image.file_format = format;
+        EXPECT_EQ(image.WriteImage(folder_.path("out").c_str()), 0);
+    }
+    EXPECT_FALSE(folder_.has("out"));
+    EXPECT_TRUE(messages_.take().empty());
+    CImage without_pixels;
+    without_pixels.nrows = without_pixels.ncols = 4;
+    for (const int format : {1, 2}) {
+        without_pixels.file_format = format;
+        EXPECT_EQ(without_pixels.WriteImage(folder_.path("out").c_str()), 0);
+    }
+}
+
+TEST_F(PortableMaps, BigEndianNumbers) {
+    const std::string path = folder_.write(
+        "numbers", std::string("\xff\xfe\x01\x02\x80\x00\x00\x01\xc0\x49\x0f\xdb\x12", 13));
+    {
+        const vorlane::FileHandle file(vorlane::open_file(path.c_str(), "rb"));
+        EXPECT_EQ(getshort(file.get()), -2);
+        EXPECT_EQ(getshort(file.get()), 258);
+        EXPECT_EQ(getint(file.get()), INT_MIN + 1);
+        EXPECT_EQ(getfloat(file.get()), -3.14159274f);
+        EXPECT_EQ(getshort(file.get()), 0x12ff); // the end counts as 255
+        EXPECT_EQ(getint(file.get()), -1);
+    }
+    {
+        const vorlane::FileHandle file(vorlane::open_file(path.c_str(), "wb"));
+        putshort(-2, file.get());
+        putshort(0x1234, file.get());
+    }
+    EXPECT_EQ(folder_.read("numbers"), "\xff\xfe\x12\x34");
+}
+
+} // namespace

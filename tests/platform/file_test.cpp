@@ -1,1 +1,137 @@
+#include <string>
+
 #include <gtest/gtest.h>
+
+#include <support/scratch_folder.h>
+#include <vorlane/platform/file.h>
+#include <vorlane/platform/input_file.h>
+#include <vorlane/platform/string.h>
+
+namespace {
+
+using namespace vorlane;
+
+constexpr unsigned create_and_write = 4097;
+
+TEST(File, WritesReadsAndTruncates) {
+    const ScratchFolder folder;
+    const std::string path = folder.write("file", "a longer content than what follows");
+    CFile writer(path.c_str(), create_and_write);
+    writer.Write("abc\0d", 5);
+    writer.Close();
+    writer.Close();
+    EXPECT_EQ(folder.read("file"), std::string("abc\0d", 5));
+
+    CFile reader(path.c_str(), 0);
+    char buffer[8] = {};
+    EXPECT_EQ(reader.Read(buffer, 3), 3u);
+    EXPECT_EQ(reader.Read(buffer, 8), 2u);
+    EXPECT_EQ(reader.Read(buffer, 8), 0u);
+}
+
+TEST(File, FailureNamesPathAndCause) {
+    const ScratchFolder folder;
+    for (const auto& [path, flags] :
+         {std::pair{folder.path("missing"), 0u},
+          std::pair{folder.path("no/such"), create_and_write}, std::pair{folder.path(), 0u},
+          std::pair{folder.path(), create_and_write}}) {
+        try {
+            CFile file(path.c_str(), flags);
+            FAIL() << path;
+        } catch (const std::runtime_error& error) {
+            EXPECT_NE(dynamic_cast<const CFileException*>(&error), nullptr);
+            EXPECT_NE(std::string(error.what()).find(path), std::string::npos);
+            EXPECT_GT(std::string(error.what()).size(), path.size() + 15) << error.what();
+        }
+    }
+    EXPECT_THROW(CFile(nullptr, 0), CFileException);
+}
+
+TEST(File, FullDiskIsNoticed) {
+    CFile file("/dev/full", create_and_write);
+    const std::string much(1 << 20, 'x');
+    EXPECT_THROW(
+        {
+            file.Write(much.data(), 1 << 20);
+            file.Close();
+        },
+        CFileException);
+}
+
+TEST(String, FormatsAndFinds) {
+    CString text;
+    EXPECT_STREQ(text, "");
+    const std::string longer(5000, 'y');
+    text.Format("%s", longer.c_str());
+    EXPECT_EQ(std::string(text), longer);
+    text.Format("%s", "ACR-NEMA 2.0");
+    EXPECT_EQ(text.Find("NEMA"), 4);
+    EXPECT_EQ(text.Find("nema"), -1);
+    EXPECT_EQ(text.Find(""), 0);
+    text.Format("<%s>", static_cast<const char*>(text)); // its own text
+    EXPECT_STREQ(text, "<ACR-NEMA 2.0>");
+}
+
+TEST(InputFile, ScansIntegersAsScanfDoes) {
+    const auto scan = [](const char* text) {
+        int values[3] = {-7, -7, -7};
+        const int count = scan_ints(text, values, 3);
+        return std::to_string(count) + ":" + std::to_string(values[0]) + "," +
+               std::to_string(values[1]);
+    };
+    EXPECT_EQ(scan("4 2\n"), "2:4,2");
+    EXPECT_EQ(scan(" \t+3\r\n-5"), "2:3,-5");
+    EXPECT_EQ(scan("12abc 3"), "1:12,-7");
+    EXPECT_EQ(scan("x"), "0:-7,-7");
+    EXPECT_EQ(scan("- 3"), "0:-7,-7");
+    EXPECT_EQ(scan("2147483647 -2147483648"), "2:2147483647,-2147483648");
+    EXPECT_EQ(scan("2147483648 1"), "0:-7,-7");
+    EXPECT_EQ(scan("99999999999999999999999999 1"), "0:-7,-7");
+}
+
+TEST(InputFile, GateBelievesWhatAFileCanHold) {
+    constexpr std::int64_t free_samples = 1 << 26;
+    EXPECT_TRUE(header_is_believable(1 << 13, 1 << 13, 1, 1, 1, 0)); // just 2^26
+    EXPECT_FALSE(header_is_believable(free_samples + 1, 1, 1, 1, 1, 0));
+    EXPECT_TRUE(header_is_believable(50000, 50000, 1, 1, 1, 2500000));
+    EXPECT_FALSE(header_is_believable(50000, 50000, 1, 1, 1, 2499999));
+    EXPECT_FALSE(header_is_believable(50000, 50000, 1, 1, 4, 2500000));
+    EXPECT_FALSE(
+        header_is_believable(INT32_MAX, INT32_MAX, INT32_MAX, 3, 4, std::int64_t{1} << 40));
+    for (const int bad : {0, -1, INT32_MIN}) {
+        EXPECT_FALSE(header_is_believable(bad, 1, 1, 1, 1, 100));
+        EXPECT_FALSE(header_is_believable(1, bad, 1, 1, 1, 100));
+        EXPECT_FALSE(header_is_believable(1, 1, bad, 1, 1, 100));
+    }
+}
+
+// Units that a block boundary would cut stay whole, and the broken one at the end is dropped.
+TEST(InputFile, BlocksKeepUnitsWhole) {
+    const ScratchFolder folder;
+    std::string bytes;
+    for (int k = 0; k < 1000000; ++k)
+        bytes.push_back(static_cast<char>(k * 7 % 251));
+    {
+        const FileHandle file(open_file(folder.path("out").c_str(), "wb"));
+        BlockWriter writer(file.get());
+        for (std::size_t done = 0; done < 999999;) {
+            const auto room = writer.room(999999 - done, 3);
+            ASSERT_EQ(room.size() % 3, 0u);
+            std::copy_n(bytes.begin() + static_cast<std::ptrdiff_t>(done), room.size(),
+                        room.begin());
+            done += room.size();
+        }
+        EXPECT_TRUE(writer.flush());
+    }
+    EXPECT_EQ(folder.read("out"), bytes.substr(0, 999999));
+    const FileHandle file(open_file(folder.write("in", bytes).c_str(), "rb"));
+    BlockReader reader(file.get());
+    std::string read;
+    for (auto part = reader.take(3000000, 3); !part.empty(); part = reader.take(3000000, 3)) {
+        ASSERT_EQ(part.size() % 3, 0u);
+        read.append(reinterpret_cast<const char*>(part.data()), part.size());
+    }
+    EXPECT_EQ(read, bytes.substr(0, 999999));
+}
+
+} // namespace

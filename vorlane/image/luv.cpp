@@ -34,9 +34,13 @@ double Z_of(double r, double g, double b) {
     return 193.0 * r + 1192.0 * g + 9502.0 * b;
 }
 
-// L of the quantised level n, from 0 to 255.
-double cube_root_branch(int n) {
-    return 116.0 * std::pow(n * level_step, 0.333333) - 16.0;
+// The cube root, as nearly as the exponent has it, of the quantised level n from 0 to 255.
+double root_of_level(int n) {
+    return std::pow(n * level_step, 0.333333);
+}
+
+double lightness_of_root(double root) {
+    return 116.0 * root - 16.0;
 }
 
 // The level of a luminance from 0 to 1; others are brought to the nearest end.
@@ -86,8 +90,10 @@ CImage* CImage::RGB_to_LUV() const {
     if (!luv)
         return nullptr;
     std::array<float, 256> table;
-    for (int i = 0; i < 256; ++i)
-        table[static_cast<std::size_t>(i)] = static_cast<float>(cube_root_branch(i));
+    for (int i = 0; i < 256; ++i) {
+        const double root = static_cast<float>(root_of_level(i));
+        table[static_cast<std::size_t>(i)] = static_cast<float>(lightness_of_root(root));
+    }
     for (int i = 0; i < nrows; ++i) {
         for (std::int64_t j = 0; j < ncols; ++j)
             pixel_to_luv(pixels[i] + 3 * j, table, luv->pixels[i] + 3 * j);
@@ -100,7 +106,7 @@ void RGB_to_LUV(float r, float g, float b, float* l, float* u, float* v) {
     const double Y = static_cast<float>(Y_of(r, g, b));
     const double Z = static_cast<float>(Z_of(r, g, b));
     const double yn = Y * luminance_scale;
-    const double L = yn > linear_threshold ? cube_root_branch(level_of(yn)) : yn * linear_slope;
+    const double L = yn > linear_threshold ? lightness_of_root(root_of_level(level_of(yn))) : yn * linear_slope;
     const double d = (Z * 3.0 + Y * 15.0) + X;
     const double d_float = static_cast<float>(d);
     const double u_chroma = d == 0.0 ? black_u : X * 4.0 / d_float;
