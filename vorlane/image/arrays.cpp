@@ -131,38 +131,6 @@ void free_1D_int_array(int* array) {
     std::free(array);
 }
 
-void digiline(int row1, int col1, int row2, int col2, int* rows, int* cols, int* count) {
-    const std::int64_t row_length = std::abs(std::int64_t{row2} - row1);
-    const std::int64_t col_length = std::abs(std::int64_t{col2} - col1);
-    const bool along_rows = row_length > col_length;
-    const std::int64_t steps = along_rows ? row_length : col_length;
-    const std::int64_t drift = along_rows ? col_length : row_length;
-    if (steps >= std::numeric_limits<int>::max()) {
-        *count = 0;
-        return;
-    }
-    const int row_sign = row2 > row1 ? 1 : -1;
-    const int col_sign = col2 > col1 ? 1 : -1;
-    int row = row1;
-    int col = col1;
-    std::int64_t error = steps / 2;
-    for (std::int64_t k = 0;; ++k) {
-        rows[k] = row;
-        cols[k] = col;
-        if (k == steps)
-            break;
-        error -= drift;
-        const bool sideways = error < 0;
-        if (sideways)
-            error += steps;
-        if (along_rows || sideways)
-            row += row_sign;
-        if (!along_rows || sideways)
-            col += col_sign;
-    }
-    *count = static_cast<int>(steps) + 1;
-}
-
 int rank_float_increasing(const void* a, const void* b) {
     float x;
     float y;

@@ -124,6 +124,30 @@ public:
     CImage* Maxseq(const CImage* b) const;
     CImage* Minseq(const CImage* b) const;
 
+    // Drawing, into `pixels` and no other plane. Coordinates may lie anywhere: what falls outside
+    // the image is left out. On a colour image a value goes to all three samples of a pixel, and a
+    // pixel equals a value if all three do.
+
+    // The line of `digiline` (vorlane/image/arrays.h), both ends included. Only the part inside the
+    // image costs time.
+    void DrawLine(int row1, int col1, int row2, int col2, float value);
+
+    // 360 points, one a degree, each at the nearest pixel; they aren't joined, so a circle of more
+    // than about 57 pixels has gaps.
+    void DrawCircle(int row, int col, float radius, float value);
+
+    // An upright cross with arms of `half_length` pixels on each side of the centre.
+    void DrawCross(int row, int col, float value, int half_length);
+
+    // Fills from a pixel on, through 4-neighbours, whatever isn't `boundary` and isn't `fill` yet.
+    // Nothing changes if the start lies outside the image or has one of the two values, or if
+    // `fill` is not-a-number. Works along runs of a row: P. Heckbert, "A seed fill algorithm",
+    // 1990.
+    void FillObject(int row, int col, float fill, float boundary);
+
+    // In each row, sets all between the first and the last pixel that equal `value` to it.
+    void FillConvexObject(float value);
+
     // Crop and resampling. A result has type and both codes of this image; scale_plane is null. A
     // mag_plane or dir_plane that is smaller than the image counts as missing.
 

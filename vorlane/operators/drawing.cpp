@@ -1,0 +1,62 @@
+#include <vorlane/image/image.h>
+
+#include <cmath>
+#include <cstdint>
+
+#include <vorlane/image/digital_line.h>
+#include <vorlane/image/image_parts.h>
+
+namespace {
+
+using namespace vorlane;
+
+constexpr float one_degree = 0.017453292f;
+
+void draw(CImage& image, const DigitalLine& line, float value) {
+    const DigitalLine::Part part = line.inside(image.nrows, image.ncols);
+    for (std::uint64_t k = part.begin; k < part.end; ++k) {
+        const DigitalLine::Point point = line.at(k);
+        image.SetPixel(static_cast<int>(point.row), static_cast<int>(point.col), value);
+    }
+}
+
+// Half a pixel away from zero, yet to be truncated: pixel p is what lies above p - 1 for p = 0,
+// from p on for others, and below p + 1.
+double away_from_zero(double position) {
+    return position < 0.0 ? position - 0.5 : position + 0.5;
+}
+
+bool is_on_pixel(double position, int size) {
+    return position > -1.0 && position < size;
+}
+
+bool can_draw(const CImage& image) {
+    return has_plane(image) && has_pixels(image);
+}
+
+} // namespace
+
+void CImage::DrawLine(int row1, int col1, int row2, int col2, float value) {
+    if (can_draw(*this))
+        draw(*this, DigitalLine(row1, col1, row2, col2), value);
+}
+
+void CImage::DrawCross(int row, int col, float value, int half_length) {
+    if (!can_draw(*this))
+        return;
+    const std::int64_t arm = half_length;
+    draw(*this, DigitalLine(row - arm, col, row + arm, col), value);
+    draw(*this, DigitalLine(row, col - arm, row, col + arm), value);
+}
+
+void CImage::DrawCircle(int row, int col, float radius, float value) {
+    if (!can_draw(*this))
+        return;
+    for (int degree = 0; degree < 360; ++degree) {
+        const double angle = degree * double{one_degree};
+        const double v = away_from_zero(row + double{radius} * std::cos(angle));
+        const double w = away_from_zero(col + double{radius} * std::sin(angle));
+        if (is_on_pixel(v, nrows) && is_on_pixel(w, ncols))
+            SetPixel(static_cast<int>(v), static_cast<int>(w), value);
+    }
+}
