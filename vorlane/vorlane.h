@@ -1,6 +1,7 @@
 // All of Vorlane that a host needs.
 #pragma once
 
+#include <vorlane/bitmap/dib.h>
 #include <vorlane/filters/recursive_gaussian.h>
 #include <vorlane/image/arrays.h>
 #include <vorlane/image/colour.h>
@@ -8,6 +9,7 @@
 #include <vorlane/image/objects.h>
 #include <vorlane/imagefiles/image_files.h>
 #include <vorlane/platform/file.h>
+#include <vorlane/platform/gdi.h>
 #include <vorlane/platform/message_box.h>
 #include <vorlane/platform/object.h>
 #include <vorlane/platform/string.h>

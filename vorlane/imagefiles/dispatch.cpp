@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include <vorlane/bitmap/dib.h>
 #include <vorlane/image/failure.h>
 #include <vorlane/image/image.h>
 #include <vorlane/platform/input_file.h>
@@ -31,7 +32,10 @@ constexpr ReadableFormat readable_formats[] = {
      [](const char* path, CImage& image) {
          return read_ppm_image(path, &image.nrows, &image.ncols);
      }},
-    {"BM", set_by_reader, 3, 4, nullptr},
+    {"BM", set_by_reader, 3, 4,
+     [](const char* path, CImage& image) {
+         return read_bmp_image(path, &image.nrows, &image.ncols, &image.image_type);
+     }},
     {"TQ", set_by_reader, 4, set_by_reader,
      [](const char* path, CImage& image) {
          return read_tqf_image(path, &image.nrows, &image.ncols, &image.image_type,
@@ -89,6 +93,8 @@ int CImage::WriteImage(const char* path) const {
         return write_pgm_image(pixels, path, nrows, ncols, image_type);
     case 2:
         return write_ppm_image(pixels, path, nrows, ncols, image_type);
+    case 3:
+        return write_bmp_image(pixels, path, nrows, ncols, image_type);
     case 4:
         return write_tqf_image(pixels, path, nrows, ncols, image_type, pixel_format);
     default:

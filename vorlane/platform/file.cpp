@@ -1,6 +1,8 @@
 #include <vorlane/platform/file.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <cstdint>
 #include <system_error>
 
 #include <vorlane/platform/input_file.h>
@@ -48,6 +50,14 @@ void CFile::Write(const void* buffer, unsigned count) {
         fail("Can't write", path_, EBADF);
     if (std::fwrite(buffer, 1, count, stream_) < count)
         fail("Can't write", path_, errno);
+}
+
+long long CFile::GetLength() const {
+    return stream_ ? GetPosition() + vorlane::bytes_left(stream_) : 0;
+}
+
+long long CFile::GetPosition() const {
+    return stream_ ? std::max<std::int64_t>(vorlane::position_of(stream_), 0) : 0;
 }
 
 void CFile::Close() {

@@ -39,6 +39,11 @@ public:
     // Writes `count` bytes; throws CFileException if they don't all fit.
     void Write(const void* buffer, unsigned count);
 
+    // The length of the file in bytes, with what is still pending, and the place of the next byte;
+    // 0 for a pipe or a device.
+    long long GetLength() const;
+    long long GetPosition() const;
+
     // Writes what is still pending and closes; throws CFileException if that fails. The file counts
     // as closed all the same, and closing it again does nothing.
     void Close();

@@ -46,7 +46,7 @@ std::FILE* open_file(const char* path, const char* mode) {
 std::int64_t bytes_left(std::FILE* stream) {
 #if defined(__unix__) || defined(__APPLE__)
     struct stat status;
-    const std::int64_t position = ftello(stream);
+    const std::int64_t position = position_of(stream);
     if (position < 0 || fstat(fileno(stream), &status) != 0 || !S_ISREG(status.st_mode))
         return 0;
     return status.st_size > position ? status.st_size - position : 0;
@@ -57,6 +57,14 @@ std::int64_t bytes_left(std::FILE* stream) {
     const long end = std::ftell(stream);
     std::fseek(stream, position, SEEK_SET);
     return end - position;
+#endif
+}
+
+std::int64_t position_of(std::FILE* stream) {
+#if defined(__unix__) || defined(__APPLE__)
+    return ftello(stream);
+#else
+    return std::ftell(stream);
 #endif
 }
 

@@ -22,6 +22,9 @@ std::FILE* open_file(const char* path, const char* mode);
 // and counts as 0, so that nothing large is believed of it.
 std::int64_t bytes_left(std::FILE* stream);
 
+// The place of the next byte from the start of the file; negative if it has none.
+std::int64_t position_of(std::FILE* stream);
+
 // 64-bit seek from the start of the file; false if that fails.
 bool seek_to(std::FILE* stream, std::int64_t offset);
 

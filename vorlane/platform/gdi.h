@@ -1,0 +1,149 @@
+// Drawing: bitmaps in the layout of a BMP file, logical palettes, and device contexts that they are
+// drawn on. The devices here live in memory. A host makes one in the size of its window, draws, and
+// reads the pixels back to show or to compare them.
+#pragma once
+
+#include <cstdint>
+
+#include <vorlane/platform/export.h>
+
+// A bitmap's information block: this header, and behind it the colour table. Files hold it byte for
+// byte.
+struct BITMAPINFOHEADER {
+    std::uint32_t biSize; // 40
+    std::int32_t biWidth;
+    std::int32_t biHeight; // above 0: the bottom row comes first; below 0: the top row does
+    std::uint16_t biPlanes;
+    std::uint16_t biBitCount;
+    std::uint32_t biCompression; // 0: none
+    std::uint32_t biSizeImage;   // bytes of the pixel block; 0: as width and depth give it
+    std::int32_t biXPelsPerMeter;
+    std::int32_t biYPelsPerMeter;
+    std::uint32_t biClrUsed; // entries of the colour table; 0: as many as the depth has
+    std::uint32_t biClrImportant;
+};
+
+struct RGBQUAD {
+    unsigned char rgbBlue, rgbGreen, rgbRed, rgbReserved;
+};
+
+struct BITMAPINFO {
+    BITMAPINFOHEADER bmiHeader;
+    RGBQUAD bmiColors[1]; // the first of the table
+};
+
+struct PALETTEENTRY {
+    unsigned char peRed, peGreen, peBlue, peFlags;
+};
+
+struct LOGPALETTE {
+    std::uint16_t palVersion; // 0x300
+    std::uint16_t palNumEntries;
+    PALETTEENTRY palPalEntry[1]; // the first of palNumEntries
+};
+
+struct GdiObject; // what a handle stands for
+struct GdiDevice;
+using HGDIOBJ = GdiObject*;
+using HPALETTE = GdiObject*;
+using HDC = GdiDevice*;
+
+// Owns the object that is attached to it.
+class VORLANE_API CGdiObject {
+public:
+    HGDIOBJ m_hObject = nullptr;
+
+    CGdiObject() = default;
+    CGdiObject(const CGdiObject&) = delete;
+    CGdiObject& operator=(const CGdiObject&) = delete;
+    virtual ~CGdiObject();
+
+    // Takes the object over, in place of the one it had. 1, or 0 if the handle is null.
+    int Attach(HGDIOBJ object);
+
+    // Gives the object away.
+    HGDIOBJ Detach();
+
+    // Releases the object; 0 if there was none.
+    int DeleteObject();
+};
+
+class VORLANE_API CPalette : public CGdiObject {
+public:
+    ~CPalette() override;
+
+    int GetEntryCount() const;
+
+    // Copies entries from `first` on, and returns how many there were.
+    unsigned GetPaletteEntries(unsigned first, unsigned count, PALETTEENTRY* entries) const;
+};
+
+// A device context: a device and the palette that is selected in it.
+class VORLANE_API CDC {
+public:
+    HDC m_hDC = nullptr;
+
+    CDC() = default;
+    CDC(const CDC&) = delete;
+    CDC& operator=(const CDC&) = delete;
+    virtual ~CDC();
+
+    // Selects a palette, null for none, and returns the one that was selected before. Its colours
+    // reach the device when it is realised. `force_background` isn't 0: it never does.
+    CPalette* SelectPalette(CPalette* palette, int force_background);
+
+private:
+    CPalette* selected_ = nullptr;
+};
+
+// A device of width x height pixels in memory, black when new. If a size isn't positive, or there
+// is no memory for it, m_hDC is null, and drawing on it does nothing.
+class VORLANE_API CMemoryDC : public CDC {
+public:
+    enum Colours {
+        true_colour, // pixels hold their colours; no palette
+        palette_256  // pixels are indices into 256 hardware colours: at first a cube of 6 x 6 x 6
+                     // colours, red slowest, and 40 grays between those of the cube
+    };
+
+    CMemoryDC(int width, int height, Colours colours);
+    ~CMemoryDC() override;
+
+    int GetWidth() const;
+    int GetHeight() const;
+
+    // The colour that a pixel shows: red in bits 0 to 7, green in 8 to 15, blue in 16 to 23. 0
+    // outside.
+    unsigned long GetPixel(int x, int y) const;
+
+    // The colours of row y from the top: 3 * width bytes, red first. Nothing outside.
+    void GetRow(int y, unsigned char* colours) const;
+};
+
+// A palette of the record's entries; null if there is no memory.
+VORLANE_API HPALETTE CreatePalette(const LOGPALETTE* record);
+
+// 24: the number of colours, -1 where it has no use because the device has no palette; 104: the
+// size of the hardware palette, 0 if there is none. 0 for any other index.
+VORLANE_API int GetDeviceCaps(HDC device, int index);
+
+// Copies hardware colours from `first` on, and returns how many there were.
+VORLANE_API unsigned GetSystemPaletteEntries(HDC device, unsigned first, unsigned count,
+                                             PALETTEENTRY* entries);
+
+// Makes the colours of the selected palette the first ones of the hardware palette, and returns how
+// many of these changed. Pixels that are drawn already show the new colours.
+VORLANE_API unsigned RealizePalette(HDC device);
+
+// Draws a rectangle of a bitmap of 8 or 24 bits, without compression, stretched into the rectangle
+// between (x, y) and (x + w, y + h). Each pixel takes the nearest source pixel; a negative w or h
+// mirrors; what lies outside the device or the bitmap is left out. (source_x, source_y) is the left
+// bottom corner of the source rectangle, counted from the left bottom of the picture (the left top,
+// if the top row comes first). Rows of the pixel block are biSizeImage / biHeight bytes apart, or,
+// if that is 0, as many 32-bit words as they need. An index beyond the colour table is black. On a
+// device with a palette each colour becomes the nearest of the hardware colours. `usage` is 0
+// (colours), `operation` 0xCC0020 (copy). Returns the rows of the source, or 0 if nothing of this
+// can be done.
+VORLANE_API int StretchDIBits(HDC device, int x, int y, int w, int h, int source_x, int source_y,
+                              int source_w, int source_h, const void* bits, const BITMAPINFO* info,
+                              unsigned usage, unsigned operation);

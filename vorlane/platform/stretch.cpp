@@ -1,0 +1,204 @@
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <functional>
+#include <limits>
+#include <memory>
+#include <new>
+
+#include <vorlane/platform/bitmap_layout.h>
+#include <vorlane/platform/gdi_device.h>
+
+namespace {
+
+using namespace vorlane;
+
+struct Colour {
+    unsigned char red, green, blue;
+};
+
+// One direction of a stretch: where the pixels of the device that are to be drawn lie, and which
+// source pixel each of them takes.
+class Axis {
+public:
+    // `length` device pixels from `start` on, to the left if it is negative, take `source_length`
+    // source pixels from `source_start` on; only pixels from 0 to `device_size` - 1 and source
+    // pixels from 0 to `source_size` - 1 are drawn.
+    Axis(std::int64_t start, std::int64_t length, std::int64_t device_size,
+         std::int64_t source_start, std::int64_t source_length, std::int64_t source_size)
+        : low_(std::min(start, start + length)), count_(std::abs(length)), mirrored_(length < 0),
+          source_start_(source_start), source_length_(source_length) {
+        begin_ = std::max<std::int64_t>(low_, 0);
+        end_ = std::min(low_ + count_, device_size);
+        const auto is_inside = [&](std::int64_t pixel) {
+            const std::int64_t source = source_of(pixel);
+            return source >= 0 && source < source_size;
+        };
+        while (begin_ < end_ && !is_inside(begin_))
+            ++begin_;
+        while (begin_ < end_ && !is_inside(end_ - 1))
+            --end_;
+    }
+
+    std::int64_t begin() const { return begin_; }
+    std::int64_t end() const { return end_; }
+
+    // The source pixel whose middle is nearest to that of the device pixel.
+    std::int64_t source_of(std::int64_t pixel) const {
+        const std::int64_t k = mirrored_ ? low_ + count_ - 1 - pixel : pixel - low_;
+        return source_start_ + (2 * k + 1) * source_length_ / (2 * count_);
+    }
+
+private:
+    std::int64_t low_, count_;
+    bool mirrored_;
+    std::int64_t source_start_, source_length_;
+    std::int64_t begin_, end_;
+};
+
+// The index of the nearest hardware colour, the first of equals; remembers what it has found.
+class NearestColour {
+public:
+    explicit NearestColour(const std::array<PALETTEENTRY, 256>& hardware) : hardware_(hardware) {}
+
+    unsigned char operator()(Colour colour) {
+        const std::uint32_t key = std::uint32_t{1} << 24 | std::uint32_t{colour.red} << 16 |
+                                  std::uint32_t{colour.green} << 8 | colour.blue;
+        Known& known = known_[key * 0x9E3779B1u >> 22];
+        if (known.key != key)
+            known = {key, search(colour)};
+        return known.index;
+    }
+
+private:
+    struct Known {
+        std::uint32_t key;
+        unsigned char index;
+    };
+
+    unsigned char search(Colour colour) const {
+        int least = std::numeric_limits<int>::max();
+        std::size_t nearest = 0;
+        for (std::size_t k = 0; k < hardware_.size(); ++k) {
+            const int red = hardware_[k].peRed - colour.red;
+            const int green = hardware_[k].peGreen - colour.green;
+            const int blue = hardware_[k].peBlue - colour.blue;
+            const int distance = red * red + green * green + blue * blue;
+            if (distance < least) {
+                least = distance;
+                nearest = k;
+            }
+        }
+        return static_cast<unsigned char>(nearest);
+    }
+
+    const std::array<PALETTEENTRY, 256>& hardware_;
+    std::array<Known, 1024> known_{};
+};
+
+// The colours of an 8-bit bitmap; black beyond its table.
+std::array<Colour, 256> colours_of(const BITMAPINFO* info) {
+    std::array<Colour, 256> colours{};
+    const std::uint32_t used = info->bmiHeader.biClrUsed;
+    const std::size_t count = used == 0 ? 256 : std::min<std::size_t>(used, 256);
+    for (std::size_t k = 0; k < count; ++k) {
+        const RGBQUAD entry = table_entry(info, static_cast<std::int64_t>(k));
+        colours[k] = {entry.rgbRed, entry.rgbGreen, entry.rgbBlue};
+    }
+    return colours;
+}
+
+// Draws one row of the device: put(out, source row, source column) sets a pixel.
+template<class Put>
+void draw_rows(const GdiDevice& device, const Axis& across, const Axis& down, bool bottom_up,
+               std::int64_t height, const unsigned char* bits, std::int64_t pitch,
+               const int* columns, Put put) {
+    const auto first = static_cast<std::size_t>(across.begin()) * device.pixel_size;
+    const auto length = static_cast<std::size_t>(across.end() - across.begin());
+    std::int64_t drawn_source = -1;
+    for (std::int64_t y = down.begin(); y < down.end(); ++y) {
+        const std::int64_t picture_row = down.source_of(y);
+        unsigned char* out = device.row(static_cast<int>(y)) + first;
+        if (picture_row == drawn_source) {
+            std::memcpy(out, device.row(static_cast<int>(y) - 1) + first,
+                        length * device.pixel_size);
+            continue;
+        }
+        drawn_source = picture_row;
+        const unsigned char* const source =
+            bits + (bottom_up ? height - 1 - picture_row : picture_row) * pitch;
+        for (std::size_t k = 0; k < length; ++k, out += device.pixel_size)
+            put(out, source, columns[k]);
+    }
+}
+
+void put_colour(unsigned char* out, Colour colour) {
+    out[0] = colour.red;
+    out[1] = colour.green;
+    out[2] = colour.blue;
+}
+
+Colour colour_at(const unsigned char* source, int column) {
+    const unsigned char* const pixel = source + std::ptrdiff_t{3} * column;
+    return {pixel[2], pixel[1], pixel[0]};
+}
+
+} // namespace
+
+int StretchDIBits(HDC device, int x, int y, int w, int h, int source_x, int source_y, int source_w,
+                  int source_h, const void* bits, const BITMAPINFO* info, unsigned usage,
+                  unsigned operation) {
+    constexpr unsigned use_colours = 0;
+    constexpr unsigned copy_source = 0xCC0020;
+    if (!device || !bits || !info || usage != use_colours || operation != copy_source ||
+        source_w < 1 || source_h < 1 || w == 0 || h == 0)
+        return 0;
+    const BITMAPINFOHEADER& header = info->bmiHeader;
+    const int depth = header.biBitCount;
+    if ((depth != 8 && depth != 24) || header.biCompression != 0 || header.biWidth < 1 ||
+        header.biHeight == 0)
+        return 0;
+    const bool bottom_up = header.biHeight > 0;
+    const std::int64_t height = std::abs(std::int64_t{header.biHeight});
+    const std::int64_t top = bottom_up ? height - source_y - source_h : source_y;
+    const Axis across(x, w, device->width, source_x, source_w, header.biWidth);
+    const Axis down(y, h, device->height, top, source_h, height);
+    if (across.begin() >= across.end() || down.begin() >= down.end())
+        return source_h;
+    const auto length = static_cast<std::size_t>(across.end() - across.begin());
+    const std::unique_ptr<int[]> columns(new (std::nothrow) int[length]);
+    if (!columns)
+        return 0;
+    for (std::size_t k = 0; k < length; ++k)
+        columns[k] =
+            static_cast<int>(across.source_of(across.begin() + static_cast<std::int64_t>(k)));
+
+    const auto draw = [&](auto put) {
+        draw_rows(*device, across, down, bottom_up, height, static_cast<const unsigned char*>(bits),
+                  row_pitch(header), columns.get(), put);
+    };
+    NearestColour nearest(device->hardware);
+    if (depth == 8) {
+        const std::array<Colour, 256> colours = colours_of(info);
+        if (device->has_palette()) {
+            std::array<unsigned char, 256> indices;
+            std::transform(colours.begin(), colours.end(), indices.begin(), std::ref(nearest));
+            draw([&](unsigned char* out, const unsigned char* source, int column) {
+                *out = indices[source[column]];
+            });
+        } else {
+            draw([&](unsigned char* out, const unsigned char* source, int column) {
+                put_colour(out, colours[source[column]]);
+            });
+        }
+    } else if (device->has_palette()) {
+        draw([&](unsigned char* out, const unsigned char* source, int column) {
+            *out = nearest(colour_at(source, column));
+        });
+    } else {
+        draw([](unsigned char* out, const unsigned char* source, int column) {
+            put_colour(out, colour_at(source, column));
+        });
+    }
+    return source_h;
+}
