@@ -2,12 +2,14 @@
 
 #include <vorlane/bitmap/dib.h>
 #include <vorlane/image/image.h>
+#include <vorlane/volume/volume.h>
 
 namespace {
 
 const bool registered = [] {
     AfxClassInit(&CDib::classCDib);
     AfxClassInit(&CImage::classCImage);
+    AfxClassInit(&CVolume::classCVolume);
     return true;
 }();
 

@@ -13,3 +13,4 @@
 #include <vorlane/platform/message_box.h>
 #include <vorlane/platform/object.h>
 #include <vorlane/platform/string.h>
+#include <vorlane/volume/volume.h>

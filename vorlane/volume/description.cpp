@@ -1,0 +1,229 @@
+#include <vorlane/volume/volume.h>
+
+#include <algorithm>
+#include <cctype>
+#include <cstdio>
+
+#include <vorlane/image/failure.h>
+#include <vorlane/image/plane.h>
+#include <vorlane/imagefiles/image_files.h>
+#include <vorlane/imagefiles/samples.h>
+#include <vorlane/platform/input_file.h>
+
+namespace {
+
+using namespace vorlane;
+
+constexpr int series_code = 20;
+constexpr int raw_volume_code = 21;
+constexpr int raw_slice_code = 8;
+constexpr std::size_t line_size = 256; // of which 255 bytes are text
+constexpr std::size_t text_size = 100;
+
+int fail() {
+    show_failure("Can't open file");
+    return 0;
+}
+
+bool is_blank(char c) {
+    return std::isspace(static_cast<unsigned char>(c)) != 0;
+}
+
+// What stands behind `key` at the start of a line, or null. A blank in the key stands for any
+// number of them, also none, as in a scan format.
+const char* value_of(const char* line, const char* key) {
+    for (; *key; ++key) {
+        if (is_blank(*key)) {
+            while (is_blank(*line))
+                ++line;
+        } else if (*line++ != *key) {
+            return nullptr;
+        }
+    }
+    return line;
+}
+
+// The lines of a description, told apart by their place.
+class Description {
+public:
+    explicit Description(const char* path) : file_(open_file(path, "rb")) { next_line(); }
+
+    bool is_open() const { return file_ != nullptr; }
+
+    void read(const char* key, char (&text)[text_size]) {
+        const char* value = next_value(key);
+        if (!value)
+            return;
+        while (is_blank(*value))
+            ++value;
+        if (!*value)
+            return;
+        std::size_t length = 0;
+        for (; value[length] && !is_blank(value[length]) && length < text_size - 1; ++length)
+            text[length] = value[length];
+        text[length] = '\0';
+    }
+
+    void read(const char* key, int& number) {
+        if (const char* const value = next_value(key))
+            scan_ints(value, &number, 1);
+    }
+
+private:
+    void next_line() {
+        if (file_)
+            read_line(file_.get(), line_, sizeof line_);
+    }
+
+    const char* next_value(const char* key) {
+        next_line();
+        return value_of(line_, key);
+    }
+
+    FileHandle file_;
+    char line_[line_size] = "";
+};
+
+// Every slice and every row takes memory of its own, however few samples it has: a row a table
+// entry and a cache line, a slice some rows more.
+bool stack_is_believable(std::int64_t rows, std::int64_t cols, std::int64_t slices,
+                         std::int64_t bytes_per_sample, std::int64_t available) {
+    constexpr std::int64_t samples_per_row = 16;
+    constexpr std::int64_t rows_per_slice = 4;
+    return header_is_believable(rows, cols, slices, 1, bytes_per_sample, available) &&
+           header_is_believable(rows + rows_per_slice, samples_per_row, slices, 1, bytes_per_sample,
+                                available);
+}
+
+// The code of a sample on file; any other size keeps the code that was there.
+int pixel_format_of(int size, int otherwise) {
+    switch (size) {
+    case 1:
+        return 4;
+    case 2:
+        return 7;
+    case 4:
+        return 5;
+    case 40:
+        return 6;
+    default:
+        return otherwise;
+    }
+}
+
+// Fills a slice whose plane was made with `fill`. What the file lacks is 0.
+void read_slice(BlockReader& reader, CImage& slice, Fill fill) {
+    const std::size_t unit = sample_size(slice.pixel_format);
+    const auto cols = static_cast<std::size_t>(slice.ncols);
+    for (int i = 0; i < slice.nrows; ++i) {
+        float* const row = slice.pixels[i];
+        std::size_t j = 0;
+        while (j < cols) {
+            const auto bytes = reader.take((cols - j) * unit, unit);
+            if (bytes.empty()) {
+                if (fill == Fill::zeros)
+                    return;
+                std::fill(row + j, row + cols, 0.0f);
+                break;
+            }
+            decode_samples(slice.pixel_format, bytes.data(), row + j, bytes.size() / unit);
+            j += bytes.size() / unit;
+        }
+    }
+}
+
+} // namespace
+
+int CVolume::ReadVolume(const char* path) {
+    char line[line_size];
+    {
+        const FileHandle file(open_file(path, "rb"));
+        if (!file)
+            return fail();
+        read_line(file.get(), line, sizeof line);
+    }
+    if (are_equal(line, "V1"))
+        return ReadV1Volume(path);
+    if (are_equal(line, "V2"))
+        return ReadV2Volume(path);
+    return 0;
+}
+
+int CVolume::ReadV1Volume(const char* path) {
+    char directory[text_size] = "";
+    char prefix[text_size] = "";
+    char suffix[text_size] = "";
+    int start = 0;
+    int end = 0;
+    {
+        Description description(path);
+        if (!description.is_open())
+            return 0;
+        description.read("directory=", directory);
+        description.read("prefix=", prefix);
+        description.read("start slice=", start);
+        description.read("end slice=", end);
+        description.read("suffix=", suffix);
+    }
+    const std::int64_t count = std::int64_t{end} - start + 1;
+    if (!stack_is_believable(1, 1, count, 1, 0) || !make_slices(static_cast<int>(count)))
+        return fail();
+    nslices = static_cast<int>(count);
+    for (int k = 0; k < nslices; ++k) {
+        char name[text_size];
+        std::snprintf(name, sizeof name, "%s/%s%d%s", directory, prefix, start + k, suffix);
+        slices[k].ReadImage(name);
+    }
+    nrows = slices[0].nrows;
+    ncols = slices[0].ncols;
+    image_type = slices[0].image_type;
+    pixel_format = slices[0].pixel_format;
+    file_format = series_code;
+    return 1;
+}
+
+int CVolume::ReadV2Volume(const char* path) {
+    char name[text_size] = "";
+    int size = 0;
+    {
+        Description description(path);
+        if (!description.is_open())
+            return 0;
+        description.read("file=", name);
+        description.read("nbf=", nslices);
+        description.read("row=", nrows);
+        description.read("col=", ncols);
+        description.read("size=", size);
+    }
+    file_format = raw_volume_code;
+    pixel_format = pixel_format_of(size, pixel_format);
+
+    const FileHandle file(open_file(name, "rb"));
+    if (!file)
+        return fail();
+    const std::int64_t available = bytes_left(file.get());
+    const auto unit = static_cast<std::int64_t>(sample_size(pixel_format));
+    if (!stack_is_believable(nrows, ncols, nslices, std::max<std::int64_t>(unit, 1), available) ||
+        !make_slices(nslices))
+        return fail();
+    BlockReader reader(file.get());
+    // Planes that the file doesn't fill are made of zeros, which take memory only when touched.
+    const std::int64_t slice_bytes = std::int64_t{nrows} * ncols * unit;
+    std::int64_t left = available;
+    for (int k = 0; k < nslices; ++k, left -= slice_bytes) {
+        CImage& slice = slices[k];
+        slice.nrows = nrows;
+        slice.ncols = ncols;
+        slice.pixel_format = pixel_format;
+        slice.file_format = raw_slice_code;
+        const Fill fill = unit > 0 && left >= slice_bytes ? Fill::none : Fill::zeros;
+        slice.pixels = make_plane(nrows, ncols, fill);
+        if (!slice.pixels) {
+            make_slices(0);
+            return fail();
+        }
+        if (unit > 0)
+            read_slice(reader, slice, fill);
+    }
+    return 1;
+}

@@ -1,0 +1,88 @@
+// CVolume: a stack of gray slices of one size, the three-dimensional image.
+//
+// Index k is a slice, i a row, j a column: voxel [k][i][j] is slices[k].pixels[i][j]. Fields are
+// public; a host reads and assigns them. A volume owns the array of its slices and deletes it in
+// its destructor: an array that a host puts there comes from new CImage[n]. Volumes are only read;
+// no operation writes one.
+#pragma once
+
+#include <vorlane/image/image.h>
+
+class VORLANE_API CVolume : public CObject {
+public:
+    int nrows;   // of each slice
+    int ncols;   // of each slice
+    int nslices; // images in the array
+    int image_type;
+    int pixel_format; // sample on file, as in CImage
+    int file_format;  // 4 by default, 20 from a V1 description, 21 from a V2 description
+    CImage* slices;   // from index 0, or null
+
+    static CRuntimeClass classCVolume;
+    static CObject* CreateObject(); // a new empty volume, or null if there is no memory
+    CRuntimeClass* GetRuntimeClass() const override;
+
+    // An empty volume: sizes and type 0, pixel_format 6, file_format 4, no slices.
+    CVolume();
+
+    // A volume of zeros. Mind the order: the number of slices comes first, and file_format before
+    // pixel_format. Each slice has ncols columns whatever its type, and keeps file_format 4. A
+    // number of slices below 1 makes no array, nor does one that the machine has no memory for; a
+    // negative number of rows or columns makes slices without pixels.
+    CVolume(int nslices, int nrows, int ncols, int image_type, int file_format, int pixel_format);
+
+    CVolume(const CVolume&) = delete;
+    CVolume& operator=(const CVolume&) = delete;
+    ~CVolume() override;
+
+    // Reads the volume that a description file tells of, with the reader that its first two bytes
+    // ask for, "V1" or "V2". Returns 1, or 0: after "Can't open file", or silently if the file
+    // begins otherwise.
+    //
+    // A description has six lines of at most 255 characters, told apart by their place:
+    //
+    //        V1                  V2
+    //   1    begins with V1      begins with V2
+    //   2    directory=TEXT      file=TEXT
+    //   3    prefix=TEXT         nbf=NUMBER      slices
+    //   4    start slice=NUMBER  row=NUMBER      rows of a slice
+    //   5    end slice=NUMBER    col=NUMBER      columns of a slice
+    //   6    suffix=TEXT         size=NUMBER     1 unsigned byte, 2 signed 16-bit integer,
+    //                                            4 signed 32-bit integer, 40 32-bit float
+    //
+    // Blanks may stand before a value; a text ends at the next blank and is cut after 99 bytes. A
+    // line that doesn't fit, or a number that an int doesn't hold, sets nothing: a V2 field keeps
+    // its value, a V1 number is 0 and a V1 text empty.
+    //
+    // A new read releases the slices of an earlier one.
+    int ReadVolume(const char* path);
+
+    // Reads a numbered series of images: slice n - START is DIRECTORY/PREFIXnSUFFIX, cut after 99
+    // bytes, in any format that CImage::ReadImage reads, n without leading zeros, up to the end
+    // slice. An image that can't be read shows its own messages and leaves its slice empty. Sizes,
+    // type and pixel_format become those of slice 0. Returns 0 and changes nothing if `path` can't
+    // be opened (without a message) or there are less than 1 or more than 2^20 slices ("Can't open
+    // file").
+    int ReadV1Volume(const char* path);
+
+    // Reads the samples of all slices from one file without a header, slice by slice and row by
+    // row, low byte first; the name of the file is taken as it stands, not relative to the
+    // description. Any other size keeps the pixel_format that the volume had, 6 in a new one, and
+    // with a pixel_format that isn't one of the four nothing is read: the samples are 0. The slices
+    // get file_format 8. Samples that the file lacks are 0.
+    //
+    // Returns 0 if `path` can't be opened (without a message); after "Can't open file", with the
+    // fields of the description set and the slices as they were, if the data file can't be opened,
+    // a size isn't positive, or the sizes promise more than 2^26 samples of which the file holds
+    // less than a thousandth; and likewise, without slices, if memory is short.
+    int ReadV2Volume(const char* path);
+
+private:
+    // The array that the library itself made last, and its length: a read that failed may have left
+    // nslices larger.
+    const CImage* made_;
+    int made_count_;
+
+    bool make_slices(int count); // in place of those that there are
+    bool has_slices() const;
+};
