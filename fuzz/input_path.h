@@ -1,0 +1,36 @@
+// The bytes of one input as a file, for readers that take a path.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+
+#include <vorlane/platform/message_box.h>
+
+// Writes the bytes over the last input and returns the path, in a folder of this run's own. Message
+// boxes are answered OK and shown nowhere.
+inline const char* input_path(const std::uint8_t* data, std::size_t size) {
+    struct Folder {
+        std::string path =
+            (std::filesystem::temp_directory_path() / "vorlane-fuzz-XXXXXX").string();
+        std::string file;
+        Folder() {
+            if (!mkdtemp(path.data()))
+                std::abort();
+            file = path + "/input";
+            SetMessageBoxHandler([](const char*, unsigned, unsigned) { return 1; });
+        }
+        ~Folder() {
+            std::error_code ignored;
+            std::filesystem::remove_all(path, ignored);
+        }
+    };
+    static const Folder folder;
+    std::FILE* const file = std::fopen(folder.file.c_str(), "wb");
+    if (!file || std::fwrite(data, 1, size, file) < size || std::fclose(file) != 0)
+        std::abort();
+    return folder.file.c_str();
+}
