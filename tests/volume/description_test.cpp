@@ -218,6 +218,8 @@ TEST(ReadVolume, WhatCannotBeOpened) {
         EXPECT_EQ(volume.file_format, 21);
         EXPECT_EQ(volume.slices, slices);
     }
+    // The seven slices aren't there.
+    EXPECT_EQ(volume.smooth_volume(1.0f), nullptr);
 }
 
 TEST(ReadVolume, SizesWithoutSense) {
@@ -300,6 +302,7 @@ TEST(ReadSeries, MissingImagesLeaveEmptySlices) {
     EXPECT_EQ(volume.nrows, 0);
     EXPECT_EQ(volume.pixel_format, 6);
     EXPECT_EQ(volume.file_format, 20);
+    EXPECT_EQ(volume.smooth_volume(1.0f), nullptr);
 }
 
 TEST(ReadSeries, NumbersWithoutSenseChangeNothing) {

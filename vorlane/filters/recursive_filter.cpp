@@ -50,7 +50,9 @@ bool filter_rows(const LineFilter& filter, const float* const* in, float* const*
                  std::size_t rows, std::size_t n, std::size_t channels, const RowsDone& rows_done) {
     const RecursiveKernels& kernels = pick_recursive_kernels();
     const auto block = static_cast<std::size_t>(kernels.lines_per_block);
-    const auto scratch = make_scratch(2 * n * channels * block);
+    // A single row takes a block of one vector, which has no more lines than this.
+    constexpr std::size_t widest_vector = 8;
+    const auto scratch = make_scratch(2 * n * channels * (rows == 1 ? widest_vector : block));
     if (!scratch)
         return false;
     for (std::size_t row = 0; row < rows; row += block) {

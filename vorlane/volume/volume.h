@@ -1,9 +1,16 @@
-// CVolume: a stack of gray slices of one size, the three-dimensional image.
+// CVolume: a stack of gray slices of one size, the three-dimensional image, and what works along
+// all three of its axes.
 //
 // Index k is a slice, i a row, j a column: voxel [k][i][j] is slices[k].pixels[i][j]. Fields are
 // public; a host reads and assigns them. A volume owns the array of its slices and deletes it in
 // its destructor: an array that a host puts there comes from new CImage[n]. Volumes are only read;
 // no operation writes one.
+//
+// A slice of a series that couldn't be read is an empty image. smooth_volume leaves such
+// slices alone and works as if they weren't there: their neighbours count as adjacent. All other
+// slices must have the size that the volume states; if one has another, or if there is nothing to
+// work on, it gives null. Of a colour slice, only the first ncols
+// samples of each row take part.
 #pragma once
 
 #include <vorlane/image/image.h>
@@ -77,6 +84,14 @@ public:
     // less than a thousandth; and likewise, without slices, if memory is short.
     int ReadV2Volume(const char* path);
 
+    // Gaussian smoothing with a standard deviation of `sigma` voxels along rows, then columns, then
+    // across slices, with the recursive filter of vorlane/filters/recursive_gaussian.h. Its gain
+    // isn't 1: a constant volume c becomes about 1.57 c at sigma 1 and 2.71 c at sigma 2, and falls
+    // off towards its faces. The result has pixel_format 6, its slices the codes of their sources,
+    // and none of their other planes. The caller deletes it. Null if sigma isn't positive and
+    // finite.
+    CVolume* smooth_volume(float sigma) const;
+
 private:
     // The array that the library itself made last, and its length: a read that failed may have left
     // nslices larger.
@@ -86,3 +101,8 @@ private:
     bool make_slices(int count); // in place of those that there are
     bool has_slices() const;
 };
+
+// Filters one line of n samples in place with the Gaussian or derivative record `coef` that ga or
+// fdga has filled; any n is allowed. smooth_volume filters each line across the slices with these
+// bits. Nothing happens if an argument is null, n is below 1 or memory is short.
+VORLANE_API void apply_IIR4_filter_z(const float* const* coef, float* line, int n);

@@ -1,0 +1,236 @@
+#include <cmath>
+#include <functional>
+#include <limits>
+#include <memory>
+#include <random>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include <support/pictures.h>
+#include <vorlane/filters/recursive_gaussian.h>
+#include <vorlane/image/plane.h>
+#include <vorlane/volume/volume.h>
+
+namespace {
+
+using vorlane::PlaneHandle;
+using VolumePtr = std::unique_ptr<CVolume>;
+using Line = std::vector<float>;
+
+VolumePtr make_volume(int slices, int rows, int cols,
+                      const std::function<float(int, int, int)>& value) {
+    auto volume = std::make_unique<CVolume>(slices, rows, cols, 0, 21, 7);
+    for (int k = 0; k < slices; ++k)
+        for (int i = 0; i < rows; ++i)
+            for (int j = 0; j < cols; ++j)
+                volume->slices[k].pixels[i][j] = value(k, i, j);
+    return volume;
+}
+
+VolumePtr make_random_volume(int slices, int rows, int cols, unsigned seed) {
+    std::mt19937 random(seed);
+    return make_volume(slices, rows, cols, [&](int, int, int) {
+        return static_cast<float>(random() % 65536) / 256.0f;
+    });
+}
+
+PlaneHandle gaussian_record(float sigma) {
+    PlaneHandle coef(make_2D_float_array(5, 5));
+    ga(sigma, coef.get());
+    return coef;
+}
+
+// Slice by slice, then a gather of every line across the slices into one buffer.
+VolumePtr smooth_line_by_line(const CVolume& volume, float sigma) {
+    auto result = std::make_unique<CVolume>(volume.nslices, volume.nrows, volume.ncols,
+                                            volume.image_type, volume.file_format, 6);
+    const PlaneHandle coef = gaussian_record(sigma);
+    for (int k = 0; k < volume.nslices; ++k) {
+        const ImagePtr along_rows(volume.slices[k].apply_IIR4_filter_x(coef.get()));
+        const ImagePtr along_columns(along_rows->apply_IIR4_filter_y(coef.get()));
+        result->slices[k] = *along_columns;
+    }
+    Line line(static_cast<std::size_t>(volume.nslices));
+    for (int i = 0; i < volume.nrows; ++i) {
+        for (int j = 0; j < volume.ncols; ++j) {
+            for (std::size_t k = 0; k < line.size(); ++k)
+                line[k] = result->slices[k].pixels[i][j];
+            apply_IIR4_filter_z(coef.get(), line.data(), volume.nslices);
+            for (std::size_t k = 0; k < line.size(); ++k)
+                result->slices[k].pixels[i][j] = line[k];
+        }
+    }
+    return result;
+}
+
+void expect_same_volume(const CVolume& a, const CVolume& b) {
+    ASSERT_EQ(a.nslices, b.nslices);
+    for (int k = 0; k < a.nslices; ++k)
+        ASSERT_TRUE(same_bits(samples_of(a.slices[k]), samples_of(b.slices[k]))) << "slice " << k;
+}
+
+TEST(FilterAcrossSlices, FiltersALineAsRowsAreFiltered) {
+    for (const auto fill : {ga, fdga}) {
+        const PlaneHandle coef(make_2D_float_array(5, 5));
+        fill(1.7f, coef.get());
+        with_each_instruction_set([&] {
+            for (const int n : {1, 2, 3, 4, 5, 6, 7, 8, 9, 64, 1001}) {
+                const auto image = make_random(1, n, 0, static_cast<unsigned>(n));
+                const ImagePtr expected(image->apply_IIR4_filter_x(coef.get()));
+                Line line(image->pixels[0], image->pixels[0] + n);
+                line.push_back(123.0f); // what lies behind stays
+                apply_IIR4_filter_z(coef.get(), line.data(), n);
+                EXPECT_EQ(line.back(), 123.0f);
+                line.pop_back();
+                EXPECT_TRUE(same_bits(line, samples_of(*expected))) << n;
+            }
+        });
+    }
+}
+
+TEST(FilterAcrossSlices, ArgumentsWithoutMeaningChangeNothing) {
+    const PlaneHandle coef = gaussian_record(1.0f);
+    Line line = {1.0f, 2.0f, 3.0f, 4.0f};
+    apply_IIR4_filter_z(nullptr, line.data(), 4);
+    apply_IIR4_filter_z(coef.get(), nullptr, 4);
+    apply_IIR4_filter_z(coef.get(), line.data(), 0);
+    apply_IIR4_filter_z(coef.get(), line.data(), -4);
+    EXPECT_EQ(line, (Line{1.0f, 2.0f, 3.0f, 4.0f}));
+}
+
+TEST(SmoothVolume, EqualsTheFilterOfSingleLines) {
+    const int sizes[][3] = {{1, 1, 1},  {1, 9, 9},   {2, 5, 3},    {3, 4, 17},   {4, 4, 4},
+                            {4, 2, 31}, {5, 3, 32},  {6, 33, 2},   {7, 8, 33},   {9, 16, 63},
+                            {31, 7, 5}, {64, 3, 65}, {12, 40, 97}, {150, 2, 129}};
+    with_each_instruction_set([&] {
+        for (const auto& size : sizes) {
+            const auto volume = make_random_volume(size[0], size[1], size[2], 5);
+            for (const float sigma : {0.6f, 2.0f, 9.0f}) {
+                const VolumePtr result(volume->smooth_volume(sigma));
+                ASSERT_NE(result, nullptr);
+                expect_same_volume(*result, *smooth_line_by_line(*volume, sigma));
+            }
+        }
+    });
+}
+
+TEST(SmoothVolume, ExtremeSamplesKeepTheirBits) {
+    constexpr float infinity = std::numeric_limits<float>::infinity();
+    const float extremes[] = {infinity, -infinity, std::nanf(""), 3e38f, 1e-45f, -0.0f};
+    const auto volume = make_random_volume(11, 13, 37, 2);
+    for (int k = 0; k < 6; ++k)
+        volume->slices[k + 2].pixels[2 * k][6 * k] = extremes[k];
+    with_each_instruction_set([&] {
+        const VolumePtr result(volume->smooth_volume(1.0f));
+        expect_same_volume(*result, *smooth_line_by_line(*volume, 1.0f));
+    });
+}
+
+TEST(SmoothVolume, CodesAndPlanes) {
+    CVolume volume(4, 4, 4, 0, 20, 7);
+    volume.slices[2].file_format = 1;
+    volume.slices[2].pixel_format = 4;
+    volume.slices[2].image_type = 1; // a colour slice among gray ones
+    free_2D_float_array(volume.slices[2].pixels);
+    volume.slices[2].pixels = make_2D_float_array(4, 12);
+    volume.slices[2].pixels[1][11] = 5.0f;
+    volume.slices[1].mag_plane = make_2D_float_array(4, 4);
+    volume.slices[1].pixels[0][0] = 1.0f;
+    const VolumePtr result(volume.smooth_volume(1.0f));
+    ASSERT_NE(result, nullptr);
+    EXPECT_EQ(result->nslices, 4);
+    EXPECT_EQ(result->nrows, 4);
+    EXPECT_EQ(result->ncols, 4);
+    EXPECT_EQ(result->image_type, 0);
+    EXPECT_EQ(result->file_format, 20);
+    EXPECT_EQ(result->pixel_format, 6);
+    EXPECT_EQ(result->slices[1].pixel_format, 7);
+    EXPECT_EQ(result->slices[1].file_format, 4);
+    EXPECT_EQ(result->slices[1].mag_plane, nullptr);
+    EXPECT_EQ(result->slices[2].file_format, 1);
+    EXPECT_EQ(result->slices[2].pixel_format, 4);
+    EXPECT_EQ(result->slices[2].image_type, 1);
+    EXPECT_EQ(result->slices[2].pixels[1][11], 0.0f);
+    expect_same_volume(*result, *smooth_line_by_line(volume, 1.0f));
+    EXPECT_EQ(volume.slices[1].pixels[0][0], 1.0f);
+    EXPECT_EQ(volume.slices[1].pixels[0][1], 0.0f);
+}
+
+TEST(SmoothVolume, SlicesOfAColourVolumeHaveRoomForColour) {
+    const CVolume volume(4, 5, 6, 1, 4, 6);
+    const VolumePtr result(volume.smooth_volume(1.0f));
+    ASSERT_NE(result, nullptr);
+    EXPECT_EQ(samples_of(result->slices[3]), Line(5 * 18, 0.0f));
+}
+
+TEST(SmoothVolume, EmptySlicesCountAsAbsent) {
+    const auto volume = make_random_volume(7, 6, 9, 3);
+    const auto with_gaps = std::make_unique<CVolume>(9, 6, 9, 0, 21, 7);
+    for (int k = 0, from = 0; k < 9; ++k) {
+        if (k == 3 || k == 8) {
+            free_2D_float_array(with_gaps->slices[k].pixels);
+            with_gaps->slices[k].pixels = nullptr;
+            continue;
+        }
+        with_gaps->slices[k] = volume->slices[from++];
+    }
+    const VolumePtr expected(volume->smooth_volume(1.5f));
+    const VolumePtr result(with_gaps->smooth_volume(1.5f));
+    ASSERT_NE(result, nullptr);
+    EXPECT_EQ(result->slices[3].pixels, nullptr);
+    EXPECT_EQ(result->slices[8].pixels, nullptr);
+    for (int k = 0, from = 0; k < 8; ++k) {
+        if (k == 3)
+            continue;
+        EXPECT_TRUE(same_bits(samples_of(result->slices[k]), samples_of(expected->slices[from++])));
+    }
+}
+
+TEST(SmoothVolume, Refuses) {
+    const auto volume = make_random_volume(4, 4, 4, 1);
+    for (const float sigma : {0.0f, -1.0f, std::nanf(""), std::numeric_limits<float>::infinity()})
+        EXPECT_EQ(volume->smooth_volume(sigma), nullptr);
+    EXPECT_EQ(CVolume().smooth_volume(1.0f), nullptr);
+    EXPECT_EQ(CVolume(4, 0, 4, 0, 4, 6).smooth_volume(1.0f), nullptr);
+    EXPECT_EQ(CVolume(4, 4, 4, 2, 4, 6).smooth_volume(1.0f), nullptr);
+    volume->slices[2].nrows = 3;
+    EXPECT_EQ(volume->smooth_volume(1.0f), nullptr);
+    volume->slices[2].nrows = 4;
+    volume->nslices = 5; // more than there are
+    EXPECT_EQ(volume->smooth_volume(1.0f), nullptr);
+}
+
+double kernel(double t, double sigma) {
+    t = std::abs(t) / sigma;
+    return (1.68 * std::cos(0.6318 * t) + 3.735 * std::sin(0.6318 * t)) * std::exp(-1.783 * t) +
+           (-0.6803 * std::cos(1.997 * t) - 0.2598 * std::sin(1.997 * t)) * std::exp(-1.723 * t);
+}
+
+TEST(SmoothVolume, BrightVoxelGivesTheProductOfThreeKernels) {
+    constexpr float sigma = 1.5f;
+    const auto volume = make_volume(41, 43, 45, [](int k, int i, int j) {
+        return k == 20 && i == 22 && j == 19 ? 1000.0f : 0.0f;
+    });
+    const double K = gaussian_record(sigma).get()[2][0];
+    const VolumePtr result(volume->smooth_volume(sigma));
+    for (int k = 10; k < 31; ++k)
+        for (int i = 10; i < 33; ++i)
+            for (int j = 10; j < 29; ++j)
+                EXPECT_NEAR(result->slices[k].pixels[i][j],
+                            1000.0 * kernel(k - 20, sigma) * kernel(i - 22, sigma) *
+                                kernel(j - 19, sigma) / (K * K * K),
+                            2e-5);
+}
+
+TEST(SmoothVolume, ConstantFallsOffTowardsItsFaces) {
+    const auto volume = make_volume(40, 40, 40, [](int, int, int) { return 5.0f; });
+    const VolumePtr result(volume->smooth_volume(2.0f));
+    const auto at = [&](int k) { return double{result->slices[k].pixels[20][20]}; };
+    const double gain = 1.3941;
+    EXPECT_NEAR(at(20), 5.0 * gain * gain * gain, 1e-3);
+    EXPECT_NEAR(at(0), 3.96 * gain * gain, 0.02);
+    EXPECT_NEAR(at(39), 4.96 * gain * gain, 0.02);
+}
+
+} // namespace
