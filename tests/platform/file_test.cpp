@@ -93,6 +93,8 @@ TEST(InputFile, GateBelievesWhatAFileCanHold) {
     constexpr std::int64_t free_samples = 1 << 26;
     EXPECT_TRUE(header_is_believable(1 << 13, 1 << 13, 1, 1, 1, 0)); // just 2^26
     EXPECT_FALSE(header_is_believable(free_samples + 1, 1, 1, 1, 1, 0));
+    EXPECT_FALSE(header_is_believable((1 << 22) + 1, 1, 1, 1, 1, 0)); // rows take memory too
+    EXPECT_TRUE(header_is_believable((1 << 22) + 1, 1, 1, 1, 1, (1 << 22) + 1));
     EXPECT_TRUE(header_is_believable(50000, 50000, 1, 1, 1, 2500000));
     EXPECT_FALSE(header_is_believable(50000, 50000, 1, 1, 1, 2499999));
     EXPECT_FALSE(header_is_believable(50000, 50000, 1, 1, 4, 2500000));

@@ -175,9 +175,10 @@ int CDib::Read(CFile* file) {
     BITMAPINFOHEADER& fields = info->bmiHeader;
     const bool top_down = fields.biHeight < 0;
     const std::int64_t rows = std::abs(std::int64_t{fields.biHeight});
-    if (fields.biWidth < 1 || rows < 1 || rows > largest_int || !is_depth(fields.biBitCount))
-        return refuse();
     const std::int64_t natural_row = word_aligned_row(fields.biWidth, fields.biBitCount);
+    if (fields.biWidth < 1 || rows < 1 || rows > largest_int || natural_row > largest_int ||
+        !is_depth(fields.biBitCount))
+        return refuse();
     const std::int64_t size =
         fields.biSizeImage != 0 ? std::int64_t{fields.biSizeImage} : rows * natural_row;
     const std::int64_t pitch = size / rows;

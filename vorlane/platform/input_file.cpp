@@ -16,6 +16,7 @@ namespace {
 
 constexpr std::int64_t always_believed_samples = std::int64_t{1} << 26;
 constexpr std::int64_t believable_ratio = 1000;
+constexpr std::int64_t smallest_row = 16; // samples of memory that even a row of one takes
 constexpr std::size_t block_size = std::size_t{1} << 18;
 
 // The product of factors that are positive, or the largest number if it doesn't fit.
@@ -84,8 +85,8 @@ bool header_is_believable(std::int64_t rows, std::int64_t cols, std::int64_t pla
                           std::int64_t available) {
     if (rows < 1 || cols < 1 || planes < 1)
         return false;
-    const std::int64_t pixels = saturating_product(saturating_product(rows, cols), planes);
-    const std::int64_t samples = saturating_product(pixels, samples_per_pixel);
+    const std::int64_t row = std::max(saturating_product(cols, samples_per_pixel), smallest_row);
+    const std::int64_t samples = saturating_product(saturating_product(row, rows), planes);
     if (samples <= always_believed_samples)
         return true;
     return available >= saturating_product(samples, bytes_per_sample) / believable_ratio;

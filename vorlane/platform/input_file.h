@@ -31,7 +31,7 @@ bool seek_to(std::FILE* stream, std::int64_t offset);
 // The gate before every reader's allocation. True if `rows`, `cols` and `planes` (frames or slices)
 // are positive and the samples that they promise, `samples_per_pixel` each, may be believed: up to
 // 2^26 samples always; more only if `available` bytes are at least a thousandth of the promised
-// ones.
+// ones. A row counts as at least 16 samples, since that is the memory it takes.
 bool header_is_believable(std::int64_t rows, std::int64_t cols, std::int64_t planes,
                           std::int64_t samples_per_pixel, std::int64_t bytes_per_sample,
                           std::int64_t available);
