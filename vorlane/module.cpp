@@ -1,6 +1,7 @@
 // What happens when the library loads: its classes are registered, in this order.
 
 #include <vorlane/bitmap/dib.h>
+#include <vorlane/histogram/histogram.h>
 #include <vorlane/image/image.h>
 #include <vorlane/volume/volume.h>
 
@@ -8,6 +9,7 @@ namespace {
 
 const bool registered = [] {
     AfxClassInit(&CDib::classCDib);
+    AfxClassInit(&CHistogram::classCHistogram);
     AfxClassInit(&CImage::classCImage);
     AfxClassInit(&CVolume::classCVolume);
     return true;

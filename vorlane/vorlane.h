@@ -3,6 +3,7 @@
 
 #include <vorlane/bitmap/dib.h>
 #include <vorlane/filters/recursive_gaussian.h>
+#include <vorlane/histogram/histogram.h>
 #include <vorlane/image/arrays.h>
 #include <vorlane/image/colour.h>
 #include <vorlane/image/image.h>
@@ -12,5 +13,6 @@
 #include <vorlane/platform/gdi.h>
 #include <vorlane/platform/message_box.h>
 #include <vorlane/platform/object.h>
+#include <vorlane/platform/solvers.h>
 #include <vorlane/platform/string.h>
 #include <vorlane/volume/volume.h>

@@ -1,0 +1,220 @@
+#include <vorlane/histogram/histogram.h>
+
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include <support/pictures.h>
+
+namespace {
+
+constexpr float infinity = std::numeric_limits<float>::infinity();
+
+ImagePtr row_of(const std::vector<float>& samples) {
+    return make_gray(1, static_cast<int>(samples.size()),
+                     [&](int, int j) { return samples[static_cast<std::size_t>(j)]; });
+}
+
+std::vector<int> counts_of(const CHistogram& h) {
+    return {h.bins, h.bins + h.nbins};
+}
+
+// A histogram with these counts, as a host makes one by hand.
+void set_counts(CHistogram& h, const std::vector<int>& counts) {
+    free_1D_int_array(h.bins);
+    h.nbins = static_cast<int>(counts.size());
+    h.bins = make_1D_int_array(h.nbins);
+    std::copy(counts.begin(), counts.end(), h.bins);
+}
+
+std::vector<int> smoothed(const std::vector<int>& counts, int width) {
+    CHistogram h;
+    set_counts(h, counts);
+    h.Smooth(width);
+    return counts_of(h);
+}
+
+// The smoothing as it is documented, bin by bin.
+std::vector<int> plain_smooth(const std::vector<int>& counts, int width) {
+    const int n = static_cast<int>(counts.size());
+    const int half = width / 2;
+    const double denominator = double(width) * width * double{0.055555556f};
+    std::vector<float> kernel;
+    for (int j = 0; j < width; ++j)
+        kernel.push_back(
+            static_cast<float>(std::exp(-(double(j - half) * (j - half)) / denominator)));
+    std::vector<int> result;
+    for (int i = 0; i < n; ++i) {
+        float sum = 0;
+        double weight = 0;
+        for (int j = 0; j < width; ++j) {
+            const int t = i + j - half;
+            if (t < 0 || t >= n)
+                continue;
+            sum = static_cast<float>(sum + double(counts[t]) * kernel[j]);
+            weight += kernel[j];
+        }
+        const float v = static_cast<float>(sum / weight);
+        result.push_back(static_cast<int>(v >= 0 ? v + 0.5 : v - 0.5));
+    }
+    return result;
+}
+
+TEST(Histogram, ABinForEachWholeLevel) {
+    const CHistogram h(row_of({0.0f, 3.5f, 3.7f}).get(), 0);
+    EXPECT_EQ(counts_of(h), (std::vector<int>{1, 0, 0, 2}));
+    EXPECT_EQ(h.peak, 2);
+    EXPECT_EQ(h.params, nullptr);
+    EXPECT_EQ(h.nparams, 0);
+    EXPECT_EQ(CHistogram(row_of({255.9f}).get(), 0).nbins, 256);
+
+    const CHistogram zeros(row_of({0.0f, 0.9f, -0.9f, -0.0f}).get(), 0);
+    EXPECT_EQ(counts_of(zeros), std::vector<int>{4});
+    const CHistogram dropped(row_of({0.0f, 0.9f, -0.9f}).get(), 1);
+    EXPECT_EQ(counts_of(dropped), std::vector<int>{0});
+    EXPECT_EQ(dropped.peak, 0);
+    EXPECT_EQ(counts_of(CHistogram(row_of({0.0f, 2.0f}).get(), -1)), (std::vector<int>{0, 0, 1}));
+}
+
+TEST(Histogram, LevelsWithoutABinAreLeftOut) {
+    const auto image = row_of(
+        {-1.0f, -7.0f, std::nanf(""), infinity, -infinity, 16777218.0f, 1e30f, -0.99999994f, 2.0f});
+    const CHistogram h(image.get(), 0);
+    EXPECT_EQ(counts_of(h), (std::vector<int>{1, 0, 1}));
+    const CHistogram highest(row_of({16777216.0f}).get(), 0);
+    ASSERT_EQ(highest.nbins, 16777217);
+    EXPECT_EQ(highest.bins[16777216], 1);
+}
+
+TEST(Histogram, WithoutACountedPixel) {
+    const auto nothing = row_of({-2.0f, std::nanf("")});
+    CImage no_rows(0, 5, 0, 1, 4), empty, strange(3, 3, 2, 1, 4);
+    const CImage* const images[] = {nothing.get(), &no_rows, &empty, &strange, nullptr};
+    for (const CImage* const image : images) {
+        CHistogram h(image, 1);
+        EXPECT_EQ(h.nbins, 0);
+        EXPECT_NE(h.bins, nullptr);
+        EXPECT_EQ(h.peak, 0);
+        h.Smooth(3);
+        EXPECT_EQ(h.FitNGaussians(1), 1000000.0f);
+        EXPECT_EQ(h.FitGaussians(1, 2, 0.5f), nullptr);
+        EXPECT_EQ(h.params, nullptr);
+    }
+    CHistogram by_default;
+    EXPECT_EQ(by_default.bins, nullptr);
+    by_default.Smooth(3);
+    EXPECT_EQ(by_default.FitNGaussians(1), 1000000.0f);
+}
+
+TEST(Histogram, TheMaskIsReadAsItStands) {
+    const auto image = row_of({5.0f, 1.0f, 2.0f, 3.0f, 200.0f, 4.0f});
+    const auto mask = row_of({std::nanf(""), -1.0f, 1e-45f, 0.0f, -0.0f, 0.5f});
+    const CHistogram h(image.get(), mask.get());
+    EXPECT_EQ(counts_of(h), (std::vector<int>{0, 1, 1, 0, 1, 1}));
+    const CHistogram nothing(image.get(), row_of({0, 0, 0, 0, 0, -0.0f}).get());
+    EXPECT_EQ(nothing.nbins, 0);
+    EXPECT_EQ(CHistogram(image.get(), row_of({1, 1}).get()).nbins, 0);
+    const CImage empty;
+    EXPECT_EQ(CHistogram(image.get(), &empty).nbins, 0);
+    EXPECT_EQ(CHistogram(image.get(), static_cast<const CImage*>(nullptr)).nbins, 201);
+    const auto larger = make_gray(2, 9, [](int, int j) { return j == 1 ? 1.0f : 0.0f; });
+    EXPECT_EQ(counts_of(CHistogram(image.get(), larger.get())), (std::vector<int>{0, 1}));
+}
+
+TEST(Histogram, CountsEveryPixelOfGrayAndColourImages) {
+    for (const int type : {0, 1}) {
+        const auto image = make_random(37, 1031, type, 5);
+        const auto mask = make_random(37, 1031, 0, 6);
+        for (int j = 0; j < 1031; j += 3)
+            mask->pixels[j % 37][j] = 0.0f;
+        const ImagePtr gray(type == 1 ? image->MakeGray() : new CImage(image.get()));
+        std::map<int, int> all, masked;
+        for (int i = 0; i < 37; ++i) {
+            for (int j = 0; j < 1031; ++j) {
+                ++all[static_cast<int>(gray->pixels[i][j])];
+                masked[static_cast<int>(gray->pixels[i][j])] += mask->pixels[i][j] != 0.0f;
+            }
+        }
+        const CHistogram h(image.get(), 0);
+        const CHistogram m(image.get(), mask.get());
+        ASSERT_EQ(h.nbins, all.rbegin()->first + 1);
+        for (int k = 0; k < h.nbins; ++k) {
+            EXPECT_EQ(h.bins[k], all[k]) << k;
+            EXPECT_EQ(k < m.nbins ? m.bins[k] : 0, masked[k]) << k;
+        }
+    }
+    // A mean just below a whole number becomes that number as a float.
+    const auto rounded = make_colour(1, 1, [](int, int, int) { return 3.0f; });
+    EXPECT_EQ(CHistogram(rounded.get(), 0).nbins, 4);
+}
+
+TEST(Histogram, SmoothEqualsThePlainLoop) {
+    std::mt19937 random(3);
+    for (const int n : {1, 2, 7, 256}) {
+        std::vector<int> counts;
+        for (int i = 0; i < n; ++i)
+            counts.push_back(static_cast<int>(random() % 100000) * (i % 5 != 0) - 3 * (i % 7 == 0));
+        for (const int width : {1, 2, 3, 4, 5, 9, 40, 300, 1001})
+            EXPECT_EQ(smoothed(counts, width), plain_smooth(counts, width)) << n << " " << width;
+        EXPECT_EQ(smoothed(counts, 1), counts);
+        EXPECT_EQ(smoothed(counts, 0), counts);
+        EXPECT_EQ(smoothed(counts, -7), counts);
+    }
+}
+
+TEST(Histogram, SmoothKeepsThePeakAndTheEnds) {
+    EXPECT_EQ(smoothed({70, 70, 70, 70, 70}, 4), (std::vector<int>{70, 70, 70, 70, 70}));
+    CHistogram h(row_of({2, 2, 2, 2, 2, 2, 2, 2, 0, 5}).get(), 0);
+    EXPECT_EQ(h.peak, 8);
+    h.Smooth(3); // weights exp(-2), 1, exp(-2)
+    EXPECT_EQ(counts_of(h), (std::vector<int>{1, 1, 6, 1, 0, 1}));
+    EXPECT_EQ(h.peak, 8);
+    // exp(-4.5) reaches one bin down, not up.
+    EXPECT_EQ(smoothed({0, 1000, 0}, 2), (std::vector<int>{0, 989, 11}));
+    // Widths whose square no int holds, counts that a float rounds up to 2^31.
+    EXPECT_EQ(smoothed({10, 20, 30}, 2147483647), (std::vector<int>{20, 20, 20}));
+    EXPECT_EQ(smoothed({2147483647, 2147483647}, 3), (std::vector<int>{2147483647, 2147483647}));
+}
+
+TEST(Histogram, AssignmentCopiesDeeplyAndKeepsAnOldFitsArray) {
+    const CHistogram h(row_of({1, 1, 4, 4, 4, 2, 3, 3}).get(), 0);
+    CHistogram fitted;
+    EXPECT_EQ(&(fitted = h), &fitted);
+    EXPECT_NE(fitted.bins, h.bins);
+    EXPECT_EQ(counts_of(fitted), counts_of(h));
+    ASSERT_LT(fitted.FitNGaussians(1), 1.0f);
+
+    CHistogram copy;
+    copy = fitted;
+    ASSERT_EQ(copy.nparams, 3);
+    EXPECT_NE(copy.params, fitted.params);
+    EXPECT_EQ(copy.params[1], fitted.params[1]);
+    EXPECT_EQ(copy.peak, 3);
+
+    const float* const old = copy.params;
+    copy = h;
+    EXPECT_EQ(copy.nparams, 0);
+    EXPECT_EQ(copy.params, old);
+    const CHistogram& itself = fitted;
+    fitted = itself;
+    EXPECT_EQ(fitted.nparams, 3);
+    EXPECT_EQ(counts_of(fitted), counts_of(h));
+    copy = CHistogram();
+    EXPECT_EQ(copy.nbins, 0);
+    EXPECT_NE(copy.bins, nullptr);
+}
+
+TEST(Histogram, IsKnownByName) {
+    EXPECT_STREQ(CHistogram::classCHistogram.m_lpszClassName, "CHistogram");
+    const std::unique_ptr<CObject> made(CHistogram::CreateObject());
+    EXPECT_EQ(made->GetRuntimeClass(), &CHistogram::classCHistogram);
+    EXPECT_NE(dynamic_cast<CHistogram*>(made.get()), nullptr);
+}
+
+} // namespace

@@ -1,0 +1,40 @@
+// Numerical solvers that the library's fits rest on, open to a host as well.
+#pragma once
+
+#include <vorlane/platform/export.h>
+
+// Fits a model to points by non-linear least squares: finds parameters that make the sum of
+// ((y[k] - model(x[k])) / sig[k])^2 over n points as small as it can.
+//
+//   x, y      n abscissae and ordinates
+//   sig       the standard deviation of each ordinate, not 0; 1.0 everywhere weighs all alike
+//   params    nparams starting values; the fitted ones stand here on return
+//   model     called as model(x, params, value, derivatives, nparams): stores the value at x, and
+//             its derivative with respect to each parameter
+//
+// Returns the misfit, the root of the sum above divided by the root of the same sum for a model
+// that is 0 everywhere: 0 is an exact fit, about 1 as bad as none. (If the ordinates are all 0, the
+// root of the sum alone.) Always a number below 1000000.0.
+//
+// Returns exactly 1000000.0, with the parameters as they were, if it gives up: there are no points,
+// no parameters or fewer points than parameters; a pointer is null; the start gives anything but
+// finite numbers; the start's derivatives leave a parameter or a combination of parameters without
+// influence, so that the normal equations are singular; the misfit isn't below 1000000.0; memory
+// is short.
+//
+// The normal equations are summed up and solved in double precision by a Cholesky decomposition,
+// in units in which their diagonal is 1 at the start. The damping shrinks while steps do what the
+// equations promise and grows when they don't. A fit ends when a step is smaller than floats can
+// show, when three steps in a row win less than 1e-9 of the sum, when no damping finds a smaller
+// sum, or after 500 steps; the best parameters count in each case. Where neighbouring residuals, in
+// the order of the points, are still alike (a correlation above 0.25), the minimum may be a local
+// one: up to 12 fits of 100 steps from starts near the first one follow, and the best fit counts.
+//
+// Sources: K. Levenberg, "A method for the solution of certain non-linear problems in least
+// squares", 1944; D. W. Marquardt, "An algorithm for least-squares estimation of nonlinear
+// parameters", 1963; the damping rule from H. B. Nielsen, "Damping parameter in Marquardt's
+// method", 1999.
+VORLANE_API float LevenbergMarquardt(float* x, float* y, float* sig, int n, float* params,
+                                     int nparams,
+                                     void (*model)(float x, float* params, float* value,
+                                                   float* derivatives, int nparams));
