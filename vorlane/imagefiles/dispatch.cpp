@@ -41,7 +41,10 @@ constexpr ReadableFormat readable_formats[] = {
          return read_tqf_image(path, &image.nrows, &image.ncols, &image.image_type,
                                &image.pixel_format);
      }},
-    {"", 0, 6, 7, nullptr},
+    {"", 0, 6, 7,
+     [](const char* path, CImage& image) {
+         return read_medical_image(path, &image.nrows, &image.ncols);
+     }},
 };
 
 } // namespace
@@ -77,7 +80,7 @@ int CImage::ReadImage(const char* path) {
         file_format = format.file_format;
         if (format.pixel_format != set_by_reader)
             pixel_format = format.pixel_format;
-        pixels = format.read ? format.read(path, *this) : nullptr;
+        pixels = format.read(path, *this);
         break;
     }
     if (!pixels) {
@@ -97,6 +100,12 @@ int CImage::WriteImage(const char* path) const {
         return write_bmp_image(pixels, path, nrows, ncols, image_type);
     case 4:
         return write_tqf_image(pixels, path, nrows, ncols, image_type, pixel_format);
+    case 7:
+        return write_velk_image(pixels, path, nrows, ncols);
+    case 8:
+        return write_raw_image(pixels, path, nrows, ncols, pixel_format);
+    case 9:
+        return write_halvort_image(pixels, path, nrows, ncols);
     default:
         return 0;
     }

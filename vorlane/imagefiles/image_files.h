@@ -17,6 +17,8 @@
 
 #include <vorlane/platform/export.h>
 
+class CImage;
+
 // 1 if `text` begins with `prefix`, else 0. Null is taken for an empty text.
 VORLANE_API int are_equal(const char* text, const char* prefix);
 
@@ -52,6 +54,55 @@ VORLANE_API float** read_tqf_image(const char* path, int* nrows, int* ncols, int
 // "write_tqf_image: Can't create file".
 VORLANE_API int write_tqf_image(const float* const* plane, const char* path, int nrows, int ncols,
                                 int image_type, int pixel_format);
+
+// The images of a medical scanner: a header that no one looks at, and up to the end of the file one
+// square image of 16-bit samples, whose side is the largest power of two, from 8 on, that fits.
+// Samples are 12-bit numbers, high byte first; if any isn't from 0 to 4095 so, they are the low 12
+// bits of words with their low byte first. Message: "read_senvoc_image: Can't open file"; a file
+// below 128 bytes gives null without one.
+VORLANE_API float** read_medical_image(const char* path, int* nrows, int* ncols);
+
+// 1 if the text holds "ACR-NEMA" anywhere, else 0: for hosts that look at a scanner's header.
+VORLANE_API int acr_nema(const char* text);
+
+// Dumps of gray samples from the top row, rows x cols. They don't say what they are, and no reader
+// recognises them. Of a colour image the first third of each row is written.
+//
+// velk: rows and columns as 16-bit numbers, then a 16-bit number a sample, all with their high byte
+// first. Message: "write_velk_image: Can't create file".
+VORLANE_API int write_velk_image(const float* const* plane, const char* path, int nrows, int ncols);
+
+// raw: samples by their pixel_format as in TQ files, low byte first, with nothing before them;
+// another code gives an empty file. Message: "write_raw_image: Can't create file".
+VORLANE_API int write_raw_image(const float* const* plane, const char* path, int nrows, int ncols,
+                                int pixel_format);
+
+// halvort: the header of a template, then a 16-bit number a sample, high byte first. The template
+// is a scanner file; all but its last 131072 bytes (256 x 256 samples) are its header, which is
+// copied as it is. Message: "write_raw_image: Can't create file". A template that can't be opened
+// gives 0 without one, and no file is touched.
+VORLANE_API int write_halvort_image(const float* const* plane, const char* path, int nrows,
+                                    int ncols);
+
+// Sets the path of the template for all later files; null for the default, halvort-template in the
+// library's data folder. Not to be called while another thread writes.
+VORLANE_API void SetHalvortTemplate(const char* path);
+
+// Reads data without a header, from byte `offset` of the file on, into a new image that the caller
+// deletes, with file_format 4 (TQ).
+//
+// Gray (image_type 0), row by row: format 0 unsigned byte; 1 the low 12 bits of a 16-bit word;
+// 2 signed 16-bit integer; 3 signed 32-bit integer; 4 32-bit float. The low byte comes first, or,
+// if `swap` isn't 0, the high byte. pixel_format becomes 4, 7, 7, 5, 6.
+//
+// Colour (image_type 1), in bytes: format 0 red, green, blue of a pixel together; 1 all red
+// samples, then all green, then all blue ones; any other reads nothing and gives zeros.
+//
+// What is missing at the end repeats the last sample or byte, or, in swapped words, each missing
+// byte is 255. Null without a message: the file can't be opened, another type or gray format, a
+// size that isn't positive or that the file doesn't bear out, a negative offset.
+VORLANE_API CImage* Raw2Img(const char* path, int nrows, int ncols, int image_type, int format,
+                            int swap, int offset);
 
 // Big-endian numbers from a stream, a byte at a time; a byte behind the end counts as 255. getfloat
 // reads an IEEE 754 single. putshort writes the high byte, then the low one.

@@ -11,27 +11,41 @@
 
 namespace vorlane {
 
-// Fills `rows` rows of `samples` samples from a file of `unit` bytes a sample, with
-// decode(bytes, out, count). What the file lacks repeats the last sample; if there was none, or it
-// was 0, the rest stays as it was, so the plane comes in as zeros.
+// What stands for samples that the file lacks.
+enum class Missing {
+    repeats_last, // sample; 0 if there was none
+    is_255        // each byte; a broken sample keeps the bytes that it has
+};
+
+// Fills `rows` rows of `samples` samples, of zeros, from a file of `unit` bytes a sample, at most
+// 4, with decode(bytes, out, count).
 template<class Decode>
 void read_sample_rows(std::FILE* file, float* const* plane, int rows, std::size_t samples,
-                      std::size_t unit, Decode decode) {
+                      std::size_t unit, Decode decode, Missing missing = Missing::repeats_last) {
     BlockReader reader(file);
     float last = 0.0f;
+    bool at_end = false;
     for (int i = 0; i < rows; ++i) {
-        std::size_t j = 0;
-        while (j < samples) {
-            const auto bytes = reader.take((samples - j) * unit, unit);
-            if (bytes.empty())
-                break;
-            decode(bytes.data(), plane[i] + j, bytes.size() / unit);
-            j += bytes.size() / unit;
-            last = plane[i][j - 1];
+        float* out = plane[i];
+        float* const end = out + samples;
+        while (!at_end && out < end) {
+            const auto bytes = reader.take(static_cast<std::size_t>(end - out) * unit, unit);
+            at_end = bytes.empty();
+            if (at_end && missing == Missing::is_255) {
+                unsigned char broken[] = {255, 255, 255, 255};
+                decode(broken, &last, 1);
+                const auto rest = reader.take(unit);
+                std::copy(rest.begin(), rest.end(), broken);
+                decode(broken, out++, 1);
+            } else if (!at_end) {
+                decode(bytes.data(), out, bytes.size() / unit);
+                out += bytes.size() / unit;
+                last = out[-1];
+            }
         }
-        if (j < samples && std::bit_cast<std::uint32_t>(last) == 0)
+        if (at_end && std::bit_cast<std::uint32_t>(last) == 0)
             return;
-        std::fill(plane[i] + j, plane[i] + samples, last);
+        std::fill(out, end, last);
     }
 }
 
