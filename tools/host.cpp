@@ -48,7 +48,9 @@ ImagePtr checked(CImage* result, const std::string& what) {
 std::string check_positive(const std::string& text) {
     char* end = nullptr;
     const float value = std::strtof(text.c_str(), &end);
-    return *end == '\0' && value > 0.0f && std::isfinite(value) ? "" : text + " is not a positive number";
+    return *end == '\0' && value > 0.0f && std::isfinite(value)
+               ? ""
+               : text + " is not a positive number";
 }
 
 ImagePtr load(const std::string& path) {

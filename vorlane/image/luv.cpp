@@ -106,7 +106,8 @@ void RGB_to_LUV(float r, float g, float b, float* l, float* u, float* v) {
     const double Y = static_cast<float>(Y_of(r, g, b));
     const double Z = static_cast<float>(Z_of(r, g, b));
     const double yn = Y * luminance_scale;
-    const double L = yn > linear_threshold ? lightness_of_root(root_of_level(level_of(yn))) : yn * linear_slope;
+    const double L =
+        yn > linear_threshold ? lightness_of_root(root_of_level(level_of(yn))) : yn * linear_slope;
     const double d = (Z * 3.0 + Y * 15.0) + X;
     const double d_float = static_cast<float>(d);
     const double u_chroma = d == 0.0 ? black_u : X * 4.0 / d_float;
