@@ -1,39 +1,13 @@
 #include <cmath>
-#include <functional>
 #include <limits>
-#include <memory>
-#include <random>
 #include <vector>
 
 #include <gtest/gtest.h>
 
-#include <support/pictures.h>
+#include <support/volumes.h>
 #include <vorlane/filters/recursive_gaussian.h>
-#include <vorlane/image/plane.h>
-#include <vorlane/volume/volume.h>
 
 namespace {
-
-using vorlane::PlaneHandle;
-using VolumePtr = std::unique_ptr<CVolume>;
-using Line = std::vector<float>;
-
-VolumePtr make_volume(int slices, int rows, int cols,
-                      const std::function<float(int, int, int)>& value) {
-    auto volume = std::make_unique<CVolume>(slices, rows, cols, 0, 21, 7);
-    for (int k = 0; k < slices; ++k)
-        for (int i = 0; i < rows; ++i)
-            for (int j = 0; j < cols; ++j)
-                volume->slices[k].pixels[i][j] = value(k, i, j);
-    return volume;
-}
-
-VolumePtr make_random_volume(int slices, int rows, int cols, unsigned seed) {
-    std::mt19937 random(seed);
-    return make_volume(slices, rows, cols, [&](int, int, int) {
-        return static_cast<float>(random() % 65536) / 256.0f;
-    });
-}
 
 PlaneHandle gaussian_record(float sigma) {
     PlaneHandle coef(make_2D_float_array(5, 5));

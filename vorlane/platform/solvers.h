@@ -38,3 +38,16 @@ VORLANE_API float LevenbergMarquardt(float* x, float* y, float* sig, int n, floa
                                      int nparams,
                                      void (*model)(float x, float* params, float* value,
                                                    float* derivatives, int nparams));
+
+// Eigenvalues and eigenvectors of a real symmetric matrix of size x size, of which only the
+// diagonal and what stands above it is read. eigenvalues[k] come in increasing order; column k of
+// `eigenvectors` (eigenvectors[i][k] for all i) belongs to eigenvalues[k], has length 1 and is
+// orthogonal to the others; its sign is open. `eigenvectors` may be null. Eigenvalues that are
+// equal or nearly so, or 0, do no harm: the error of each is below 1e-7 of the largest.
+//
+// Returns 1, or 0 with nothing written if a pointer is null, size is below 1, an entry isn't finite
+// or memory is short. An eigenvalue beyond the range of floats becomes infinite.
+//
+// Source: H. H. Goldstine, F. J. Murray, J. von Neumann, "The Jacobi method for real symmetric
+// matrices", 1959. Rotations run in double precision.
+VORLANE_API int VNeumannEigens(float** matrix, int size, float* eigenvalues, float** eigenvectors);

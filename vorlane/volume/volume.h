@@ -6,10 +6,10 @@
 // its destructor: an array that a host puts there comes from new CImage[n]. Volumes are only read;
 // no operation writes one.
 //
-// A slice of a series that couldn't be read is an empty image. smooth_volume leaves such
-// slices alone and works as if they weren't there: their neighbours count as adjacent. All other
+// A slice of a series that couldn't be read is an empty image. smooth_volume and ridges leave such
+// slices alone and work as if they weren't there: their neighbours count as adjacent. All other
 // slices must have the size that the volume states; if one has another, or if there is nothing to
-// work on, it gives null. Of a colour slice, only the first ncols
+// work on, these operations give null and change nothing. Of a colour slice, only the first ncols
 // samples of each row take part.
 #pragma once
 
@@ -91,6 +91,17 @@ public:
     // and none of their other planes. The caller deletes it. Null if sigma isn't positive and
     // finite.
     CVolume* smooth_volume(float sigma) const;
+
+    // Second-order structure at the scale `sigma`: for each voxel, the absolute eigenvalues of the
+    // matrix of second differences of the smoothed volume (each with the factor 0.25), the smallest
+    // in mag_plane of its slice, the middle one in dir_plane, the largest in scale_plane. A line
+    // has one small and two large values, a sheet two small and one large, a blob three large ones,
+    // bright or dark alike. The outer shell of the volume is 0. Errors are below 1e-6 of the
+    // largest. The last four arguments are without effect. Planes that are large enough are
+    // reused; if memory is short they may be left partly written. Changes nothing if sigma isn't
+    // positive and finite. See C. Lorenz et al., "Multi-scale line segmentation with automatic
+    // estimation of width, contrast and tangential direction in 2D and 3D medical images", 1997.
+    void ridges(float sigma, float sigma_max, int n_scales, int bright, int dark);
 
 private:
     // The array that the library itself made last, and its length: a read that failed may have left

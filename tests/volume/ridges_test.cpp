@@ -1,0 +1,291 @@
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <limits>
+#include <random>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include <support/volumes.h>
+#include <vorlane/platform/solvers.h>
+#include <vorlane/volume/hessian_kernels.h>
+
+namespace {
+
+using Real = long double;
+
+struct Eigenvalues {
+    float low, middle, high;
+};
+
+// The cyclic Jacobi method on a symmetric matrix of 3 x 3.
+Eigenvalues absolute_eigenvalues(Real (&a)[3][3]) {
+    for (int sweep = 0; sweep < 40; ++sweep) {
+        for (int p = 0; p < 2; ++p) {
+            for (int q = p + 1; q < 3; ++q) {
+                if (a[p][q] == 0.0L)
+                    continue;
+                const Real theta = (a[q][q] - a[p][p]) / (2.0L * a[p][q]);
+                const Real t = (theta < 0.0L ? -1.0L : 1.0L) /
+                               (std::abs(theta) + std::sqrt(theta * theta + 1.0L));
+                const Real c = 1.0L / std::sqrt(t * t + 1.0L);
+                const Real s = t * c;
+                for (int k = 0; k < 3; ++k) {
+                    const Real x = a[k][p];
+                    a[k][p] = c * x - s * a[k][q];
+                    a[k][q] = s * x + c * a[k][q];
+                }
+                for (int k = 0; k < 3; ++k) {
+                    const Real x = a[p][k];
+                    a[p][k] = c * x - s * a[q][k];
+                    a[q][k] = s * x + c * a[q][k];
+                }
+            }
+        }
+    }
+    float values[3];
+    for (int k = 0; k < 3; ++k)
+        values[k] = static_cast<float>(std::abs(a[k][k]));
+    std::qsort(values, 3, sizeof values[0], rank_float_increasing);
+    return {values[0], values[1], values[2]};
+}
+
+// The six second differences of voxel [k][i][j] as they are documented, in a matrix.
+void hessian_at(const CVolume& v, int k, int i, int j, float (&h)[3][3]) {
+    const auto S = [&](int dk, int di, int dj) {
+        return double{v.slices[k + dk].pixels[i + di][j + dj]};
+    };
+    const double c = S(0, 0, 0);
+    h[0][0] = static_cast<float>((S(0, -1, 0) - 2.0 * c + S(0, 1, 0)) * 0.25);
+    h[1][1] = static_cast<float>((S(0, 0, -1) - 2.0 * c + S(0, 0, 1)) * 0.25);
+    h[2][2] = static_cast<float>((S(-1, 0, 0) - 2.0 * c + S(1, 0, 0)) * 0.25);
+    h[0][1] = static_cast<float>((S(0, -1, -1) + S(0, 1, 1) - S(0, -1, 1) - S(0, 1, -1)) * 0.25);
+    h[0][2] = static_cast<float>((S(1, 1, 0) + S(-1, -1, 0) - S(1, -1, 0) - S(-1, 1, 0)) * 0.25);
+    h[1][2] = static_cast<float>((S(1, 0, 1) + S(-1, 0, -1) - S(-1, 0, 1) - S(1, 0, -1)) * 0.25);
+    h[1][0] = h[0][1];
+    h[2][0] = h[0][2];
+    h[2][1] = h[1][2];
+}
+
+bool is_shell(const CVolume& v, int k, int i, int j) {
+    return k == 0 || k == v.nslices - 1 || i == 0 || i == v.nrows - 1 || j == 0 || j == v.ncols - 1;
+}
+
+// The plain version, through VNeumannEigens, beside a Jacobi method in long double.
+void expect_plain_result(const CVolume& volume, float sigma) {
+    const VolumePtr smooth(volume.smooth_volume(sigma));
+    const PlaneHandle matrix(make_2D_float_array(3, 3));
+    const PlaneHandle vectors(make_2D_float_array(3, 3));
+    for (int k = 0; k < volume.nslices; ++k) {
+        const CImage& slice = volume.slices[k];
+        for (int i = 0; i < volume.nrows; ++i) {
+            for (int j = 0; j < volume.ncols; ++j) {
+                const float found[3] = {slice.mag_plane[i][j], slice.dir_plane[i][j],
+                                        slice.scale_plane[i][j]};
+                if (is_shell(volume, k, i, j)) {
+                    ASSERT_TRUE(found[0] == 0.0f && found[1] == 0.0f && found[2] == 0.0f);
+                    continue;
+                }
+                float h[3][3];
+                hessian_at(*smooth, k, i, j, h);
+                Real a[3][3];
+                for (int p = 0; p < 3; ++p)
+                    for (int q = 0; q < 3; ++q)
+                        a[p][q] = matrix.get()[p][q] = h[p][q];
+                const Eigenvalues exact = absolute_eigenvalues(a);
+                float plain[3];
+                ASSERT_EQ(VNeumannEigens(matrix.get(), 3, plain, vectors.get()), 1);
+                for (float& value : plain)
+                    value = std::abs(value);
+                std::qsort(plain, 3, sizeof plain[0], rank_float_increasing);
+                const float tolerance = 1e-6f * exact.high;
+                const float expected[3] = {exact.low, exact.middle, exact.high};
+                for (int m = 0; m < 3; ++m) {
+                    ASSERT_NEAR(found[m], expected[m], tolerance)
+                        << k << " " << i << " " << j << " value " << m;
+                    ASSERT_NEAR(plain[m], expected[m], tolerance);
+                }
+                ASSERT_LE(0.0f, found[0]);
+                ASSERT_LE(found[0], found[1]);
+                ASSERT_LE(found[1], found[2]);
+            }
+        }
+    }
+}
+
+TEST(VolumeRidges, EqualThePlainVersion) {
+    const int sizes[][3] = {{3, 3, 3}, {4, 5, 4}, {5, 4, 9}, {6, 7, 10}, {7, 3, 18}, {4, 9, 35}};
+    with_each_instruction_set([&] {
+        for (const auto& size : sizes) {
+            const auto volume = make_random_volume(size[0], size[1], size[2], 8);
+            for (const float sigma : {0.5f, 2.0f}) {
+                volume->ridges(sigma, 3.0f, 1, 2, 3);
+                expect_plain_result(*volume, sigma);
+            }
+        }
+    });
+}
+
+TEST(VolumeRidges, SameBitsOnEveryInstructionSet) {
+    const auto volume = make_random_volume(6, 7, 43, 9);
+    std::vector<float> first;
+    with_each_instruction_set([&] {
+        volume->ridges(1.0f, 0.0f, 0, 0, 0);
+        std::vector<float> all;
+        for (int k = 0; k < 6; ++k)
+            for (float** const plane : {volume->slices[k].mag_plane, volume->slices[k].dir_plane,
+                                        volume->slices[k].scale_plane})
+                for (const float sample : samples_of(plane, 7, 43))
+                    all.push_back(sample);
+        if (first.empty())
+            first = all;
+        EXPECT_TRUE(same_bits(all, first));
+    });
+}
+
+struct Matrix {
+    float h00, h11, h22, h01, h02, h12;
+};
+
+// Of a voxel of 0 whose neighbours give it the second differences of the matrix.
+Eigenvalues kernel_result(const Matrix& m) {
+    float voxels[3][3][3] = {};
+    const auto at = [&](int slice, int row, int col) -> float& {
+        return voxels[1 + slice][1 + row][1 + col];
+    };
+    at(0, -1, 0) = 4.0f * m.h00;
+    at(0, 0, -1) = 4.0f * m.h11;
+    at(-1, 0, 0) = 4.0f * m.h22;
+    at(0, -1, -1) = 4.0f * m.h01;
+    at(-1, -1, 0) = 4.0f * m.h02;
+    at(-1, 0, -1) = 4.0f * m.h12;
+    const float* rows[3][3];
+    for (int s = 0; s < 3; ++s)
+        for (int r = 0; r < 3; ++r)
+            rows[s][r] = voxels[s][r];
+    float result[3][3] = {};
+    vorlane::pick_hessian_kernels().eigenvalues(rows, result[0], result[1], result[2], 3);
+    return {result[0][1], result[1][1], result[2][1]};
+}
+
+void expect_accurate(const Matrix& m) {
+    Real a[3][3] = {{m.h00, m.h01, m.h02}, {m.h01, m.h11, m.h12}, {m.h02, m.h12, m.h22}};
+    const Eigenvalues exact = absolute_eigenvalues(a);
+    const Eigenvalues found = kernel_result(m);
+    const float tolerance = 1e-6f * exact.high;
+    ASSERT_NEAR(found.low, exact.low, tolerance);
+    ASSERT_NEAR(found.middle, exact.middle, tolerance);
+    ASSERT_NEAR(found.high, exact.high, tolerance);
+}
+
+TEST(VolumeRidges, EigenvaluesOfDegenerateMatrices) {
+    const Matrix matrices[] = {{0, 0, 0, 0, 0, 0},
+                               {3, 3, 3, 0, 0, 0},
+                               {-0.1f, -0.1f, -0.1f, 0, 0, 0},
+                               {1, 1, 0, 0, 0, 0},
+                               {0, 0, 1, 0, 0, 0},
+                               {1, 1, 1, 1, 1, 1},
+                               {0, 0, 0, 1, 1, 1},
+                               {0, 0, 0, -1, 1, 1},
+                               {1, -1, 0, 0, 0, 0},
+                               {0, 0, 0, 1, 0, 0},
+                               {2, 2, 1, 0, 0, 1e-4f},
+                               {1e-45f, 1e-45f, 0, 1e-45f, 0, 0},
+                               {8e37f, -8e37f, 8e37f, 8e37f, 8e37f, 8e37f}};
+    with_each_instruction_set([&] {
+        for (const Matrix& matrix : matrices)
+            expect_accurate(matrix);
+        const Eigenvalues equal = kernel_result({0.1f, 0.1f, 0.1f, 0, 0, 0});
+        EXPECT_EQ(equal.low, 0.1f);
+        EXPECT_EQ(equal.middle, 0.1f);
+        EXPECT_EQ(equal.high, 0.1f);
+    });
+}
+
+// Random matrices, and rotated ones of which two eigenvalues differ by very little.
+TEST(VolumeRidges, EigenvaluesAreAccurate) {
+    std::mt19937 random(3);
+    std::uniform_real_distribution<float> uniform(-1.0f, 1.0f);
+    with_each_instruction_set([&] {
+        for (int round = 0; round < 20000; ++round) {
+            expect_accurate({uniform(random), uniform(random), uniform(random), uniform(random),
+                             uniform(random), uniform(random)});
+            float x[3] = {uniform(random), uniform(random), uniform(random)};
+            const float base = uniform(random);
+            const float gap = std::ldexp(uniform(random), -static_cast<int>(random() % 30));
+            expect_accurate({base + x[0] * x[0] + gap, base + x[1] * x[1], base + x[2] * x[2],
+                             x[0] * x[1], x[0] * x[2], x[1] * x[2]});
+        }
+    });
+}
+
+TEST(VolumeRidges, LineSheetAndBall) {
+    constexpr int n = 31;
+    const auto values_at_centre = [&](const CVolume& volume) {
+        const CImage& slice = volume.slices[15];
+        return Eigenvalues{slice.mag_plane[15][15], slice.dir_plane[15][15],
+                           slice.scale_plane[15][15]};
+    };
+    for (const float brightness : {100.0f, -100.0f}) {
+        const auto line = make_volume(
+            n, n, n, [&](int, int i, int j) { return i == 15 && j == 15 ? brightness : 0.0f; });
+        line->ridges(2.0f, 0.0f, 0, 0, 0);
+        const Eigenvalues l = values_at_centre(*line);
+        EXPECT_LT(l.low, 0.01f * l.high);
+        EXPECT_NEAR(l.middle, l.high, 1e-4f * l.high);
+
+        const auto sheet =
+            make_volume(n, n, n, [&](int, int i, int) { return i == 15 ? brightness : 0.0f; });
+        sheet->ridges(2.0f, 0.0f, 0, 0, 0);
+        const Eigenvalues s = values_at_centre(*sheet);
+        EXPECT_LT(s.middle, 0.01f * s.high);
+
+        const auto ball = make_volume(n, n, n, [&](int k, int i, int j) {
+            const int distance = (k - 15) * (k - 15) + (i - 15) * (i - 15) + (j - 15) * (j - 15);
+            return distance <= 9 ? brightness : 0.0f;
+        });
+        ball->ridges(2.0f, 0.0f, 0, 0, 0);
+        const Eigenvalues b = values_at_centre(*ball);
+        EXPECT_GT(b.low, 0.9f * b.high);
+        EXPECT_GT(b.low, 0.1f);
+        EXPECT_EQ(ball->slices[15].pixels[15][15], brightness);
+    }
+}
+
+TEST(VolumeRidges, ThinVolumesAreAllShell) {
+    const int sizes[][3] = {{1, 5, 5}, {2, 5, 5}, {5, 2, 5}, {5, 5, 1}};
+    for (const auto& size : sizes) {
+        const auto volume = make_random_volume(size[0], size[1], size[2], 1);
+        volume->ridges(1.0f, 0.0f, 0, 0, 0);
+        for (int k = 0; k < size[0]; ++k)
+            for (float** const plane : {volume->slices[k].mag_plane, volume->slices[k].dir_plane,
+                                        volume->slices[k].scale_plane})
+                EXPECT_EQ(samples_of(plane, size[1], size[2]),
+                          Line(static_cast<std::size_t>(size[1] * size[2]), 0.0f));
+    }
+}
+
+TEST(VolumeRidges, EmptySlicesAndRefusals) {
+    const auto volume = make_random_volume(6, 5, 5, 1);
+    for (const float sigma : {0.0f, -2.0f, std::nanf("")})
+        volume->ridges(sigma, 0.0f, 0, 0, 0);
+    volume->slices[1].ncols = 4;
+    volume->ridges(1.0f, 0.0f, 0, 0, 0);
+    EXPECT_EQ(volume->slices[0].mag_plane, nullptr);
+    CVolume().ridges(1.0f, 0.0f, 0, 0, 0);
+
+    volume->slices[1].ncols = 5;
+    free_2D_float_array(std::exchange(volume->slices[3].pixels, nullptr));
+    volume->slices[2].mag_plane = make_2D_float_array(2, 2); // too small to serve
+    volume->slices[4].dir_plane = make_2D_float_array(9, 9); // and large enough
+    volume->slices[4].dir_plane[0][0] = 5.0f;
+    volume->ridges(1.0f, 0.0f, 0, 0, 0);
+    EXPECT_EQ(volume->slices[3].mag_plane, nullptr);
+    EXPECT_GT(volume->slices[2].mag_plane[2][2], 0.0f);
+    EXPECT_GT(volume->slices[4].dir_plane[2][2], 0.0f);
+    EXPECT_EQ(volume->slices[4].dir_plane[0][0], 0.0f);
+    EXPECT_EQ(volume->slices[5].scale_plane[2][2], 0.0f);
+}
+
+} // namespace
