@@ -54,7 +54,7 @@ TEST(BitmapOfImage, KeepsTheLowByteOfEachSample) {
         ASSERT_EQ(bitmap.row_bytes, 16);
         EXPECT_EQ(bitmap.ncolors, 0);
         EXPECT_EQ(bitmap.palette, nullptr);
-        EXPECT_EQ(bitmap.header->bmiHeader.biBitCount, 24);
+        EXPECT_EQ(bitmap.header[14], 24);
         for (int i = 0; i < 3; ++i) {
             for (int j = 0; j < 5; ++j) {
                 for (int k = 0; k < 3; ++k)

@@ -194,7 +194,7 @@ TEST_F(Bitmaps, WithTheTopRowFirstAreTurnedOver) {
     CDib bitmap;
     ASSERT_EQ(read(bitmap, file.text()), 1);
     EXPECT_EQ(bitmap.height, 3);
-    EXPECT_EQ(bitmap.header->bmiHeader.biHeight, 3);
+    EXPECT_EQ(bitmap.header[8], 3);
     EXPECT_EQ(block(bitmap), "ghi-def-abc-");
     file.pixels = "abc-de"; // short
     CDib cut;

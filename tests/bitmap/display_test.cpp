@@ -26,7 +26,7 @@ unsigned long colour_of(const CImage& image, int i, int j) {
 TEST(Palettes, HoldTheTableInReverseOrder) {
     CDib bitmap(1, 1, 8);
     const unsigned char blue_green_red[] = {10, 20, 30, 99};
-    std::memcpy(reinterpret_cast<unsigned char*>(bitmap.header) + 40 + 4 * 5, blue_green_red, 4);
+    std::memcpy(bitmap.header + 40 + 4 * 5, blue_green_red, 4);
     bitmap.ncolors = 6;
     ASSERT_EQ(bitmap.MakePalette(), 1);
     ASSERT_EQ(bitmap.palette->GetEntryCount(), 6);

@@ -105,8 +105,7 @@ void CDib::finish_colours() {
         for (int k = 0; k < 256; ++k) {
             const auto level = static_cast<unsigned char>(k);
             const RGBQUAD entry = {level, level, level, 0};
-            std::memcpy(reinterpret_cast<unsigned char*>(header) + 40 + 4 * k, &entry,
-                        sizeof entry);
+            std::memcpy(header + 40 + 4 * k, &entry, sizeof entry);
         }
     }
     MakePalette();
@@ -164,13 +163,13 @@ float** CDib::MakeFloatImage(int* rows, int* cols, int* image_type) const {
         return nullptr;
     *rows = height;
     *cols = width;
-    const int depth = header->bmiHeader.biBitCount;
+    const int depth = info_of(header)->bmiHeader.biBitCount;
     if (depth != gray_depth && depth != colour_depth)
         return nullptr;
     const auto row = [&](int r) {
         return bits + static_cast<std::size_t>(height - 1 - r) * row_bytes;
     };
-    const Table table(header, depth == gray_depth ? ncolors : 0);
+    const Table table(info_of(header), depth == gray_depth ? ncolors : 0);
     bool is_gray = true;
     if (depth == colour_depth) {
         for (int r = 0; r < height && is_gray; ++r)
@@ -204,10 +203,10 @@ float** CDib::MakeFloatImage(int* rows, int* cols, int* image_type) const {
 int CDib::MakeKnownFloatImage(float** plane, int image_type) const {
     if (!header || !bits || !plane || (image_type != 0 && image_type != 1))
         return 1;
-    const int depth = header->bmiHeader.biBitCount;
+    const int depth = info_of(header)->bmiHeader.biBitCount;
     if (depth != gray_depth && depth != colour_depth)
         return 1;
-    const Table table(header, depth == gray_depth ? ncolors : 0);
+    const Table table(info_of(header), depth == gray_depth ? ncolors : 0);
     float means[256];
     for (int k = 0; k < 256; ++k)
         means[k] = (table.red[k] + table.green[k] + table.blue[k]) * one_third;

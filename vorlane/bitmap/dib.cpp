@@ -25,14 +25,12 @@ static_assert(sizeof(BITMAPINFOHEADER) == info_header_size);
 struct FreeBlock {
     void operator()(void* block) const { std::free(block); }
 };
-template<class Block>
-using BlockHandle = std::unique_ptr<Block, FreeBlock>;
+using BlockHandle = std::unique_ptr<unsigned char, FreeBlock>;
 
 // Zeros, so that what no one writes has a value; at least one byte.
-template<class Block>
-BlockHandle<Block> make_block(std::int64_t size) {
-    return BlockHandle<Block>(
-        static_cast<Block*>(std::calloc(static_cast<std::size_t>(size) + 1, 1)));
+BlockHandle make_block(std::int64_t size) {
+    return BlockHandle(
+        static_cast<unsigned char*>(std::calloc(static_cast<std::size_t>(size) + 1, 1)));
 }
 
 // What stands in front of the information block in a file.
@@ -125,11 +123,11 @@ bool CDib::allocate(int columns, int rows, int bit_count) {
     if (row > largest_int || row > std::numeric_limits<std::uint32_t>::max() / rows)
         return false;
     const int colours = bit_count == 8 ? 256 : 0;
-    auto info = make_block<BITMAPINFO>(std::int64_t{info_header_size} + 4 * colours);
-    auto pixels = make_block<unsigned char>(row * rows);
+    auto info = make_block(std::int64_t{info_header_size} + 4 * colours);
+    auto pixels = make_block(row * rows);
     if (!info || !pixels)
         return false;
-    BITMAPINFOHEADER& fields = info->bmiHeader;
+    BITMAPINFOHEADER& fields = info_of(info.get())->bmiHeader;
     fields.biSize = info_header_size;
     fields.biWidth = columns;
     fields.biHeight = rows;
@@ -165,14 +163,14 @@ int CDib::Read(CFile* file) {
     if (!header_is_believable(1, info_size, 1, 1, 1, left))
         return refuse();
     const std::int64_t block_size = std::max<std::int64_t>(info_size, smallest_block);
-    auto info = make_block<BITMAPINFO>(block_size);
+    auto info = make_block(block_size);
     if (!info)
         return 0;
     if (file->Read(info.get(), info_size) < info_header_size)
         return refuse();
     left = file->GetLength() - file->GetPosition();
 
-    BITMAPINFOHEADER& fields = info->bmiHeader;
+    BITMAPINFOHEADER& fields = info_of(info.get())->bmiHeader;
     const bool top_down = fields.biHeight < 0;
     const std::int64_t rows = std::abs(std::int64_t{fields.biHeight});
     const std::int64_t natural_row = word_aligned_row(fields.biWidth, fields.biBitCount);
@@ -186,7 +184,7 @@ int CDib::Read(CFile* file) {
         !header_is_believable(rows, natural_row, 1, 1, 1, left) ||
         !header_is_believable(1, size, 1, 1, 1, left))
         return refuse();
-    auto pixels = make_block<unsigned char>(std::max(size, readable_size(fields, rows, pitch)));
+    auto pixels = make_block(std::max(size, readable_size(fields, rows, pitch)));
     if (!pixels)
         return 0;
     if (top_down) {
@@ -203,11 +201,11 @@ int CDib::Read(CFile* file) {
     std::free(std::exchange(header, info.release()));
     std::free(std::exchange(bits, pixels.release()));
     image_size = static_cast<std::uint32_t>(size);
-    ncolors = count_colours(header->bmiHeader);
-    width = header->bmiHeader.biWidth;
-    height = header->bmiHeader.biHeight;
+    ncolors = count_colours(fields);
+    width = fields.biWidth;
+    height = fields.biHeight;
     row_bytes = static_cast<int>(pitch);
-    pixel_bytes = header->bmiHeader.biBitCount >> 3;
+    pixel_bytes = fields.biBitCount >> 3;
     table_limit_ = static_cast<int>((block_size - info_header_size) / 4);
     return 1;
 }
@@ -219,7 +217,8 @@ int CDib::Write(CFile* file) {
         file->Close();
         return 0;
     }
-    const bool has_table = header->bmiHeader.biBitCount <= 8 || header->bmiHeader.biClrUsed != 0;
+    const BITMAPINFOHEADER& fields = info_of(header)->bmiHeader;
+    const bool has_table = fields.biBitCount <= 8 || fields.biClrUsed != 0;
     const int colours = has_table ? std::clamp(ncolors, 0, table_limit_) : 0;
     const std::uint32_t info_size = info_header_size + 4 * static_cast<std::uint32_t>(colours);
     const std::uint32_t pixels_at = file_header_size + info_size;

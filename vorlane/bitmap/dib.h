@@ -15,8 +15,8 @@ class VORLANE_API CDib : public CObject {
 public:
     // Blocks from malloc that the bitmap owns and gives to free. A movie lends `bits` and takes it
     // back, by setting null, before the bitmap goes.
-    BITMAPINFO* header;  // the information header, and behind its 40 bytes the colour table
-    unsigned char* bits; // the pixel block
+    unsigned char* header; // a BITMAPINFOHEADER, and behind its 40 bytes the colour table
+    unsigned char* bits;   // the pixel block
 
     CPalette* palette;   // null, or owned
     unsigned image_size; // bytes of the pixel block

@@ -48,7 +48,7 @@ int CDib::MakePalette() {
     if (!record)
         return 0;
     for (int k = 0; k < std::min(ncolors, table_limit_); ++k) {
-        const RGBQUAD entry = table_entry(header, k);
+        const RGBQUAD entry = table_entry(info_of(header), k);
         record->palPalEntry[k] = {entry.rgbRed, entry.rgbGreen, entry.rgbBlue, 0};
     }
     palette = make_palette(record.get());
@@ -80,7 +80,7 @@ int CDib::Draw(CDC* dc, int x, int y, int w, int h) {
     constexpr unsigned copy_source = 0xCC0020;
     CPalette* const former = dc->SelectPalette(palette, in_foreground);
     RealizePalette(dc->m_hDC);
-    StretchDIBits(dc->m_hDC, x, y, w, h, 0, 0, width, height, bits, header, use_colours,
+    StretchDIBits(dc->m_hDC, x, y, w, h, 0, 0, width, height, bits, info_of(header), use_colours,
                   copy_source);
     dc->SelectPalette(former, in_foreground);
     return 1;

@@ -22,6 +22,14 @@ inline std::int64_t row_pitch(const BITMAPINFOHEADER& header) {
                : word_aligned_row(header.biWidth, header.biBitCount);
 }
 
+// The information block of a bitmap, whose owner holds it as bytes.
+inline BITMAPINFO* info_of(unsigned char* block) {
+    return reinterpret_cast<BITMAPINFO*>(block);
+}
+inline const BITMAPINFO* info_of(const unsigned char* block) {
+    return reinterpret_cast<const BITMAPINFO*>(block);
+}
+
 // Entry k of the colour table. It stands behind 40 bytes, whatever biSize says.
 inline RGBQUAD table_entry(const BITMAPINFO* info, std::int64_t k) {
     RGBQUAD entry;
