@@ -3,6 +3,7 @@
 
 #include <vorlane/bitmap/dib.h>
 #include <vorlane/filters/recursive_gaussian.h>
+#include <vorlane/filters/ridges.h>
 #include <vorlane/histogram/histogram.h>
 #include <vorlane/image/arrays.h>
 #include <vorlane/image/colour.h>

@@ -242,4 +242,28 @@ public:
     // neighbours are looked at whether or not it is above `low` itself. The position may lie
     // anywhere.
     void follow_edge(CImage* marks, int row, int col, float low) const;
+
+    // Ridges: lines of any width that are brighter (`bright` not 0) or darker (`dark` not 0) than
+    // what lies around them. At each of n_scales scales sigma, from sigma_min in equal steps to
+    // sigma_max (a single one is sigma_min), the image is smoothed; a pixel is a ridge where the
+    // image curves strongly in a direction and the gradients sigma pixels away on both sides point
+    // against each other. Its strength is the smaller of the two slopes; the strongest scale stays.
+    // Fills three new planes:
+    //
+    //   mag_plane    strength, stretched from 0 to 1; not-a-numbers if no pixel has any
+    //   dir_plane    the angle across the ridge, 0 to pi radians, 0 along i and pi / 2 along j
+    //                (other than after edges_mag_dir); 3.5 where there is no ridge
+    //   scale_plane  the scale, about half the width; 0 where there is no ridge
+    //
+    // A band of sigma + 2 pixels, truncated, along the borders has no ridges. Pixels whose sample
+    // in mask->pixels is 0 don't count; null counts all. The smoothing's gain isn't 1 and strengths
+    // aren't scaled by sigma, so scales compare as they are. On a colour image, S being the
+    // smoothed image, the first ncols samples of each row of S are looked at as if they were gray.
+    // "Current scale: k=%d sigma=%f\n" goes to the standard output for each scale. Changes nothing
+    // if a sigma isn't positive and finite, if the mask is smaller than the image, or if memory is
+    // short. Cost: a few smoothings for each scale. Source of the directions: eigenvectors of the
+    // matrix of second derivatives, as in C. Steger, "An unbiased detector of curvilinear
+    // structures", 1998.
+    void ridges(float sigma_min, float sigma_max, int n_scales, int bright, int dark,
+                const CImage* mask);
 };

@@ -64,6 +64,9 @@ static inline F64 fused_subtract(F64 c, F64 a, F64 b) {
 static inline F64 square_root(F64 a) {
     return {_mm256_sqrt_pd(a.v)};
 }
+static inline F32 square_root(F32 a) {
+    return {_mm256_sqrt_ps(a.v)};
+}
 static inline F64 absolute(F64 a) {
     return {_mm256_andnot_pd(_mm256_set1_pd(-0.0), a.v)};
 }
@@ -183,6 +186,9 @@ static inline F64 look_up_8(const double* table, F64 index) {
 // Truncates toward zero; for numbers of a magnitude below 2^31.
 static inline F64 truncate(F64 a) {
     return {_mm256_round_pd(a.v, _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC)};
+}
+static inline F32 truncate(F32 a) {
+    return {_mm256_round_ps(a.v, _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC)};
 }
 
 // Rows become columns: lane k of row r goes to lane r of row k.

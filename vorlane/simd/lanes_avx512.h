@@ -64,6 +64,9 @@ static inline F64 fused_subtract(F64 c, F64 a, F64 b) {
 static inline F64 square_root(F64 a) {
     return {_mm512_sqrt_pd(a.v)};
 }
+static inline F32 square_root(F32 a) {
+    return {_mm512_sqrt_ps(a.v)};
+}
 static inline F64 absolute(F64 a) {
     return {_mm512_abs_pd(a.v)};
 }
@@ -182,6 +185,9 @@ static inline F64 look_up_8(const double* table, F64 index) {
 // Truncates toward zero; for numbers of a magnitude below 2^31.
 static inline F64 truncate(F64 a) {
     return {_mm512_roundscale_pd(a.v, _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC)};
+}
+static inline F32 truncate(F32 a) {
+    return {_mm512_roundscale_ps(a.v, _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC)};
 }
 
 // Rows become columns: lane k of row r goes to lane r of row k.

@@ -58,6 +58,9 @@ static inline F32 all_lanes(float value) {
 static inline F64 square_root(F64 a) {
     return {__builtin_sqrt(a.v)};
 }
+static inline F32 square_root(F32 a) {
+    return {__builtin_sqrtf(a.low), __builtin_sqrtf(a.high)};
+}
 static inline F64 absolute(F64 a) {
     return {__builtin_fabs(a.v)};
 }
@@ -172,6 +175,9 @@ static inline F64 look_up_8(const double* table, F64 index) {
 // Truncates toward zero; for numbers of a magnitude below 2^31.
 static inline F64 truncate(F64 a) {
     return {static_cast<double>(static_cast<int>(a.v))};
+}
+static inline F32 truncate(F32 a) {
+    return {__builtin_truncf(a.low), __builtin_truncf(a.high)};
 }
 
 // Rows become columns: lane k of row r goes to lane r of row k.

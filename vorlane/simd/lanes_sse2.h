@@ -57,6 +57,9 @@ static inline F32 all_lanes(float value) {
 static inline F64 square_root(F64 a) {
     return {_mm_sqrt_pd(a.v)};
 }
+static inline F32 square_root(F32 a) {
+    return {_mm_sqrt_ps(a.v)};
+}
 static inline F64 absolute(F64 a) {
     return {_mm_andnot_pd(_mm_set1_pd(-0.0), a.v)};
 }
@@ -179,6 +182,9 @@ static inline F64 look_up_8(const double* table, F64 index) {
 // Truncates toward zero; for numbers of a magnitude below 2^31.
 static inline F64 truncate(F64 a) {
     return {_mm_cvtepi32_pd(_mm_cvttpd_epi32(a.v))};
+}
+static inline F32 truncate(F32 a) {
+    return {_mm_cvtepi32_ps(_mm_cvttps_epi32(a.v))};
 }
 
 // Rows become columns: lane k of row r goes to lane r of row k.

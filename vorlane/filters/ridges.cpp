@@ -1,0 +1,100 @@
+#include <vorlane/filters/ridges.h>
+#include <vorlane/image/image.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <limits>
+#include <memory>
+#include <new>
+#include <utility>
+
+#include <vorlane/filters/gaussian_passes.h>
+#include <vorlane/filters/ridge_kernels.h>
+#include <vorlane/filters/ridge_scale.h>
+#include <vorlane/image/image_parts.h>
+#include <vorlane/image/range.h>
+
+namespace {
+
+using namespace vorlane;
+
+// The scales of a search, linear from the smallest on.
+struct Scales {
+    float first;
+    float step;
+    int count;
+
+    Scales(float sigma_min, float sigma_max, int n)
+        : first(sigma_min),
+          step(n == 1 ? 1.0f
+                      : static_cast<float>((double{sigma_max} - double{sigma_min}) /
+                                           (static_cast<double>(n) - 1.0))),
+          count(n) {}
+
+    float at(int k) const { return static_cast<float>(static_cast<double>(k) * step + first); }
+
+    bool are_valid() const {
+        return count < 1 || (is_valid_sigma(at(0)) && is_valid_sigma(at(count - 1)));
+    }
+};
+
+// Stretches the strengths to 0 to 1; not-a-numbers if no pixel has one.
+void normalise(float* const* mag, int rows, int cols) {
+    const RangeKernels& kernels = pick_range_kernels();
+    const auto n = static_cast<std::size_t>(cols);
+    Range range;
+    range.max = 0.0f;
+    for (int i = 0; i < rows; ++i)
+        kernels.widen(mag[i], n, 1, &range);
+    for (int i = 0; i < rows; ++i)
+        kernels.stretch(mag[i], n, 1, &range, 1.0, 0.0);
+}
+
+void replace(float**& plane, PlaneHandle& by) {
+    free_2D_float_array(std::exchange(plane, by.release()));
+}
+
+} // namespace
+
+float bilinear_int(const float* const* grad_row, const float* const* grad_col, int row, int col,
+                   float distance, float angle) {
+    if (!(std::abs(distance) <= 0x1p30f) || !std::isfinite(angle))
+        return std::numeric_limits<float>::quiet_NaN();
+    const double theta = angle;
+    return slope_at(grad_row, grad_col, row, col, distance, static_cast<float>(std::cos(theta)),
+                    static_cast<float>(std::sin(theta)));
+}
+
+void CImage::ridges(float sigma_min, float sigma_max, int n_scales, int bright, int dark,
+                    const CImage* mask) {
+    const Scales scales(sigma_min, sigma_max, n_scales);
+    if (!has_pixels(*this) || channel_count(image_type) == 0 || !scales.are_valid() ||
+        (mask && !plane_holds(mask->pixels, nrows, ncols)))
+        return;
+    PlaneHandle mag(make_plane(nrows, ncols));
+    PlaneHandle dir(make_plane(nrows, ncols, Fill::none));
+    PlaneHandle scale(make_plane(nrows, ncols));
+    if (!mag || !dir || !scale)
+        return;
+    for (int i = 0; i < nrows; ++i)
+        std::fill(dir.get()[i], dir.get()[i] + ncols, no_angle);
+    const RidgeSearch search{bright != 0, dark != 0, mask ? mask->pixels : nullptr,
+                             mag.get(),   dir.get(), scale.get()};
+    for (int k = 0; k < n_scales; ++k) {
+        const float sigma = scales.at(k);
+        std::printf("Current scale: k=%d sigma=%f\n", k, static_cast<double>(sigma));
+        const std::unique_ptr<CImage> smooth(smooth_image(sigma));
+        if (!smooth)
+            return;
+        try {
+            search_scale(smooth->pixels, nrows, ncols, sigma, search);
+        } catch (const std::bad_alloc&) {
+            return;
+        }
+    }
+    normalise(mag.get(), nrows, ncols);
+    replace(mag_plane, mag);
+    replace(dir_plane, dir);
+    replace(scale_plane, scale);
+}
