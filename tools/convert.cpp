@@ -1,6 +1,8 @@
 #include <algorithm>
 #include <cmath>
+#include <map>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include <CLI/CLI.hpp>
@@ -12,7 +14,7 @@
 namespace {
 
 struct ConvertOptions {
-    std::string in, out;
+    std::string in, out, samples, halvort_template;
     std::vector<float> normalize; // lowest, highest
     std::vector<float> window;    // centre, width
     bool gray = false;
@@ -35,6 +37,10 @@ void apply_window(CImage& image, float centre, float width) {
     image.WindowCenter(table.data() - first);
 }
 
+// What a sample is on file, for formats that leave the choice.
+const std::map<std::string, int> pixel_formats = {
+    {"byte", 4}, {"int32", 5}, {"float", 6}, {"int16", 7}};
+
 void convert(const ConvertOptions& options) {
     ImagePtr image = load(options.in);
     if (options.gray && image->image_type == 1)
@@ -48,6 +54,10 @@ void convert(const ConvertOptions& options) {
     }
     if (!options.normalize.empty())
         stretch(*image, options.normalize[0], options.normalize[1]);
+    if (!options.samples.empty())
+        image->pixel_format = pixel_formats.at(options.samples);
+    if (!options.halvort_template.empty())
+        SetHalvortTemplate(options.halvort_template.c_str());
     save(*image, options.out);
 }
 
@@ -66,8 +76,17 @@ void add_convert_command(CLI::App& program) {
         ->expected(2)
         ->type_name("CENTRE WIDTH");
     command->add_flag("--gray", options->gray, "Turn colour into gray");
+    command
+        ->add_option("--samples", options->samples,
+                     "What a gray sample is in a TQ or raw file: byte, int16, int32 or float")
+        ->check(CLI::IsMember(pixel_formats));
+    command
+        ->add_option("--template", options->halvort_template,
+                     "The scanner file whose header a halvort file takes")
+        ->check(CLI::ExistingFile);
     command->footer(
-        "8-bit formats keep the low 8 bits of each value, so bring other values into range.\n"
+        "Endings: .pgm .ppm .bmp .tq .velk .raw .halvort. 8-bit formats keep the low 8 bits of\n"
+        "each value, velk and halvort files 16, so bring other values into range.\n"
         "Example: vorlane convert picture.ppm gray.pgm --gray --normalize 0 255");
     command->callback([options] { convert(*options); });
 }

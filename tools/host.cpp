@@ -17,7 +17,12 @@ struct Ending {
     int file_format;
 };
 
-constexpr Ending endings[] = {{".pgm", 1}, {".ppm", 2}};
+constexpr Ending endings[] = {{".pgm", 1},  {".ppm", 2}, {".bmp", 3},    {".tq", 4},
+                              {".velk", 7}, {".raw", 8}, {".halvort", 9}};
+
+constexpr int tq_format = 4;
+constexpr int byte_samples = 4;
+constexpr int float_samples = 6;
 
 std::string first_message;
 
@@ -73,6 +78,10 @@ int format_of_ending(const std::string& path) {
 
 void save(CImage& image, const std::string& path) {
     image.file_format = format_of_ending(path);
+    if (image.file_format == tq_format && image.image_type == 1)
+        image.pixel_format = byte_samples; // the only colour there is in such files
+    else if (image.pixel_format == 0)
+        image.pixel_format = float_samples; // an image that states no encoding keeps its values
     save_whole(path, [&](const char* file) { return image.WriteImage(file); });
 }
 

@@ -23,6 +23,7 @@ int main(int argc, char** argv) {
     add_convert_command(program);
     add_smoothing_commands(program);
     add_edges_command(program);
+    add_raw_command(program);
 
     collect_messages();
     try {

@@ -57,9 +57,12 @@ void stretch(CImage& image, float lo, float hi) {
 void fit_to_format(CImage& image, const std::string& path) {
     constexpr int pgm = 1;
     constexpr int bmp = 3;
+    constexpr int tq = 4;
     const int format = format_of_ending(path);
+    const bool is_in_bytes =
+        (format >= pgm && format <= bmp) || (format == tq && image.image_type == 1);
     const SampleRange range = range_of(image);
-    if (format >= pgm && format <= bmp && (range.low < 0.0f || range.high >= 256.0f))
+    if (is_in_bytes && (range.low < 0.0f || range.high >= 256.0f))
         stretch(image, 0.0f, 255.0f);
 }
 

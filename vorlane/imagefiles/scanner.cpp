@@ -73,7 +73,7 @@ float** read_medical_image(const char* path, int* nrows, int* ncols) {
     const std::int64_t header = length - bytes_of_side(side);
     if (!header_is_believable(side, side, 1, 1, sample_bytes, length))
         return nullptr;
-    PlaneHandle plane(make_plane(side, side, Fill::none));
+    PlaneHandle plane(make_plane(side, side));
     if (!plane)
         return nullptr;
     const int rows = static_cast<int>(side);
