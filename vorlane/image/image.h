@@ -124,6 +124,36 @@ public:
     CImage* Maxseq(const CImage* b) const;
     CImage* Minseq(const CImage* b) const;
 
+    // Neighbourhood filters. A window of `size` x `size` pixels reaches from size / 2 - size + 1 to
+    // size / 2 rows and columns off its pixel, so an even one reaches one further down and to the
+    // right. It may be larger than the image; past the border the nearest pixel counts again.
+
+    // 255 where a sample is above `level`, else 0: a gray image with both codes of this one. On a
+    // colour image all three samples have to be above.
+    CImage* Threshold(float level) const;
+
+    // The mean of a window whose weights fall linearly from 1 at the centre to about 0 at the
+    // corner, size / 2 rows and columns away; a pixel that counts again has the weight of the place
+    // where it stands. Channel by channel. Codes and type are those of this image. Null for a size
+    // below 2.
+    CImage* DistanceFilter(int size) const;
+
+    // The magnitude of the Sobel gradient, not divided by anything (a step of h gives 4 h), into
+    // mag_plane. A plane that is large enough is reused; the border, one pixel wide, isn't written.
+    // A colour image counts as its MakeGray.
+    void SobelFilter();
+
+    // The distance of each pixel to the nearest one that isn't 0, or 1000000 if there is none, with
+    // steps of 1 and 1.4142137. On a colour image a pixel isn't 0 if any of its samples isn't, and
+    // the distance goes to all three. file_format 0, pixel_format 6. Source: G. Borgefors,
+    // "Distance transformations in digital images", 1986.
+    CImage* Chamfer() const;
+
+    // Adds Gaussian noise of a standard deviation of `sigma`, not clamped; pixel_format 6. The
+    // clock in seconds is the seed. Null for a colour image. Source: G. Box and M. Muller, "A note
+    // on the generation of random normal deviates", 1958.
+    CImage* GNoise(float sigma) const;
+
     // Drawing, into `pixels` and no other plane. Coordinates may lie anywhere: what falls outside
     // the image is left out. On a colour image a value goes to all three samples of a pixel, and a
     // pixel equals a value if all three do.

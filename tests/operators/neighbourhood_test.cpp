@@ -1,0 +1,243 @@
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <limits>
+
+#include <gtest/gtest.h>
+
+#include <support/pictures.h>
+
+namespace {
+
+constexpr float nan_value = std::numeric_limits<float>::quiet_NaN();
+
+int channels_of(const CImage& image) {
+    return image.image_type == 1 ? 3 : 1;
+}
+
+void expect_header(const CImage& out, const CImage& source, int type, int file, int pixel) {
+    EXPECT_EQ(out.nrows, source.nrows);
+    EXPECT_EQ(out.ncols, source.ncols);
+    EXPECT_EQ(out.image_type, type);
+    EXPECT_EQ(out.file_format, file);
+    EXPECT_EQ(out.pixel_format, pixel);
+    EXPECT_EQ(out.mag_plane, nullptr);
+    EXPECT_EQ(out.dir_plane, nullptr);
+    EXPECT_EQ(out.scale_plane, nullptr);
+}
+
+const std::pair<int, int> sizes[] = {{23, 81}, {9, 16}, {40, 19}, {5, 3},
+                                     {3, 37},  {2, 9},  {1, 7},   {6, 1}};
+
+TEST(Threshold, SetsWhatIsAbove) {
+    for (const int type : {0, 1}) {
+        const ImagePtr image = make_random(11, 19, type, 1, true);
+        image->pixel_format = 7;
+        const float level = image->pixels[3][4];
+        image->pixels[0][0] = nan_value;
+        const int n = channels_of(*image);
+        const ImagePtr out(image->Threshold(level));
+        ASSERT_TRUE(out);
+        expect_header(*out, *image, 0, image->file_format, 7);
+        for (int i = 0; i < 11; ++i) {
+            for (int j = 0; j < 19; ++j) {
+                bool above = true;
+                for (int k = 0; k < n; ++k)
+                    above = above && image->pixels[i][n * j + k] > level;
+                EXPECT_EQ(out->pixels[i][j], above ? 255.0f : 0.0f);
+            }
+        }
+    }
+}
+
+std::vector<float> distance_filtered(const CImage& image, int size) {
+    const int n = channels_of(image);
+    const int half = size / 2;
+    const auto D = static_cast<float>(std::sqrt(2.0 * half * half));
+    std::vector<float> out;
+    for (int r = 0; r < image.nrows; ++r) {
+        for (int c = 0; c < image.ncols; ++c) {
+            for (int k = 0; k < n; ++k) {
+                double A = 0.0;
+                double B = 0.0;
+                for (int a = half - size + 1; a <= half; ++a) {
+                    for (int b = half - size + 1; b <= half; ++b) {
+                        const int i = std::clamp(r + a, 0, image.nrows - 1);
+                        const int j = std::clamp(c + b, 0, image.ncols - 1);
+                        const double d = std::sqrt((r - i) * (r - i) + (c - j) * (c - j));
+                        const double w = (D - d) / D;
+                        A += w * image.pixels[i][n * j + k];
+                        B += w;
+                    }
+                }
+                out.push_back(static_cast<float>(A / B));
+            }
+        }
+    }
+    return out;
+}
+
+TEST(DistanceFilter, EqualsThePlainLoop) {
+    with_each_instruction_set([] {
+        for (const int type : {0, 1}) {
+            for (const auto& [rows, cols] : sizes) {
+                const ImagePtr image = make_random(rows, cols, type, 3);
+                for (const int size : {2, 3, 4, 5, 8, 25}) {
+                    const ImagePtr out(image->DistanceFilter(size));
+                    ASSERT_TRUE(out);
+                    expect_header(*out, *image, type, image->file_format, image->pixel_format);
+                    EXPECT_TRUE(same_bits(samples_of(*out), distance_filtered(*image, size)))
+                        << rows << 'x' << cols << " size " << size;
+                }
+            }
+        }
+    });
+    const ImagePtr image = make_random(4, 4, 0, 3);
+    EXPECT_EQ(image->DistanceFilter(1), nullptr);
+    EXPECT_EQ(image->DistanceFilter(-3), nullptr);
+    EXPECT_EQ(CImage().DistanceFilter(3), nullptr);
+}
+
+TEST(SobelFilter, EqualsThePlainLoopAndLeavesTheBorder) {
+    with_each_instruction_set([] {
+        for (const int type : {0, 1}) {
+            for (const auto& [rows, cols] : sizes) {
+                const ImagePtr image = make_random(rows, cols, type, 4);
+                const ImagePtr gray(type == 1 ? image->MakeGray() : new CImage(*image));
+                image->mag_plane = make_2D_float_array(rows, cols);
+                float** const plane = image->mag_plane;
+                for (int i = 0; i < rows; ++i)
+                    std::fill_n(plane[i], cols, -7.0f);
+                image->SobelFilter();
+                ASSERT_EQ(image->mag_plane, plane);
+                EXPECT_EQ(image->dir_plane, nullptr);
+                std::vector<float> expected;
+                for (int r = 0; r < rows; ++r) {
+                    for (int c = 0; c < cols; ++c) {
+                        if (r < 1 || r > rows - 2 || c < 1 || c > cols - 2) {
+                            expected.push_back(-7.0f);
+                            continue;
+                        }
+                        const auto P = [&](int i, int j) {
+                            return double{gray->pixels[r + i][c + j]};
+                        };
+                        const double gx = (P(-1, 1) + 2 * P(0, 1) + P(1, 1)) -
+                                          (P(-1, -1) + 2 * P(0, -1) + P(1, -1));
+                        const double gy = (P(-1, -1) + 2 * P(-1, 0) + P(-1, 1)) -
+                                          (P(1, -1) + 2 * P(1, 0) + P(1, 1));
+                        expected.push_back(static_cast<float>(std::sqrt(gx * gx + gy * gy)));
+                    }
+                }
+                EXPECT_TRUE(same_bits(samples_of(plane, rows, cols), expected));
+            }
+        }
+    });
+    // A plane that is missing or too small is made, also where there is nothing to compute.
+    const ImagePtr flat = make_random(2, 5, 0, 1);
+    flat->mag_plane = make_2D_float_array(1, 5);
+    flat->SobelFilter();
+    EXPECT_EQ(samples_of(flat->mag_plane, 2, 5), std::vector<float>(10, 0.0f));
+    const ImagePtr step = make_gray(3, 4, [](int, int j) { return j < 2 ? 0.0f : 10.0f; });
+    step->SobelFilter();
+    EXPECT_EQ(step->mag_plane[1][1], 40.0f);
+    CImage().SobelFilter();
+}
+
+std::vector<float> chamfer_of(const CImage& image) {
+    const int n = channels_of(image);
+    const int rows = image.nrows;
+    const int cols = image.ncols;
+    std::vector<std::vector<float>> D(rows, std::vector<float>(cols));
+    for (int r = 0; r < rows; ++r)
+        for (int c = 0; c < cols; ++c) {
+            bool object = false;
+            for (int k = 0; k < n; ++k)
+                object = object || image.pixels[r][n * c + k] != 0;
+            D[r][c] = object ? 0.0f : 1000000.0f;
+        }
+    const auto diagonal = std::bit_cast<float>(0x3FB504F4u);
+    const auto consider = [&](int r, int c, int dr, int dc, float step) {
+        if (r + dr < 0 || r + dr >= rows || c + dc < 0 || c + dc >= cols)
+            return;
+        const auto candidate = static_cast<float>(double{D[r + dr][c + dc]} + double{step});
+        if (candidate < D[r][c])
+            D[r][c] = candidate;
+    };
+    for (int r = 0; r < rows; ++r)
+        for (int c = 0; c < cols; ++c) {
+            consider(r, c, -1, -1, diagonal);
+            consider(r, c, -1, 0, 1.0f);
+            consider(r, c, -1, 1, diagonal);
+            consider(r, c, 0, -1, 1.0f);
+        }
+    for (int r = rows - 1; r >= 0; --r)
+        for (int c = cols - 1; c >= 0; --c) {
+            consider(r, c, 1, -1, diagonal);
+            consider(r, c, 1, 0, 1.0f);
+            consider(r, c, 1, 1, diagonal);
+            consider(r, c, 0, 1, 1.0f);
+        }
+    std::vector<float> out;
+    for (const auto& row : D)
+        for (const float distance : row)
+            out.insert(out.end(), n, distance);
+    return out;
+}
+
+TEST(Chamfer, EqualsThePlainPasses) {
+    with_each_instruction_set([] {
+        std::mt19937 random(5);
+        for (const int type : {0, 1}) {
+            for (const auto& [rows, cols] : sizes) {
+                for (const unsigned rarity : {1u, 7u, 200u, 3000u}) {
+                    const ImagePtr image = std::make_unique<CImage>(rows, cols, type, 3, 4);
+                    for (int i = 0; i < rows; ++i)
+                        for (int j = 0; j < cols * channels_of(*image); ++j)
+                            image->pixels[i][j] = random() % rarity == 0 ? -0.5f : -0.0f;
+                    if (rarity == 200)
+                        image->pixels[rows / 2][0] = nan_value;
+                    const ImagePtr out(image->Chamfer());
+                    ASSERT_TRUE(out);
+                    expect_header(*out, *image, type, 0, 6);
+                    EXPECT_TRUE(same_bits(samples_of(*out), chamfer_of(*image)));
+                }
+            }
+        }
+        // Far enough for sums that round.
+        const ImagePtr corner = std::make_unique<CImage>(300, 1100, 0, 3, 4);
+        corner->pixels[299][1099] = 1.0f;
+        EXPECT_TRUE(same_bits(samples_of(*ImagePtr(corner->Chamfer())), chamfer_of(*corner)));
+    });
+}
+
+TEST(GNoise, HasTheStatedSpreadAndKeepsNoState) {
+    const ImagePtr image =
+        make_gray(300, 301, [](int i, int j) { return static_cast<float>(i + j); });
+    ImagePtr first, second;
+    do { // two calls within one second
+        first.reset(image->GNoise(2.0f));
+        second.reset(image->GNoise(2.0f));
+    } while (!same_bits(samples_of(*first), samples_of(*second)));
+    expect_header(*first, *image, 0, image->file_format, 6);
+    double sum = 0.0, squares = 0.0, beyond = 0.0, beside = 0.0, before = 0.0;
+    for (int i = 0; i < 300; ++i) {
+        for (int j = 0; j < 301; ++j) {
+            const double noise = first->pixels[i][j] - image->pixels[i][j];
+            sum += noise;
+            squares += noise * noise;
+            beyond += std::abs(noise) > 4.0;
+            beside += noise * before;
+            before = noise;
+        }
+    }
+    const double count = 300.0 * 301.0;
+    EXPECT_NEAR(sum / count, 0.0, 0.04);
+    EXPECT_NEAR(squares / count, 4.0, 0.12);
+    EXPECT_NEAR(beyond / count, 0.0455, 0.005);
+    EXPECT_NEAR(beside / count, 0.0, 0.08);
+    EXPECT_TRUE(same_bits(samples_of(*ImagePtr(image->GNoise(0.0f))), samples_of(*image)));
+    EXPECT_EQ(make_random(3, 3, 1, 1)->GNoise(1.0f), nullptr);
+    EXPECT_EQ(CImage().GNoise(1.0f), nullptr);
+}
+
+} // namespace
