@@ -128,6 +128,12 @@ public:
     // size / 2 rows and columns off its pixel, so an even one reaches one further down and to the
     // right. It may be larger than the image; past the border the nearest pixel counts again.
 
+    // The sample of rank size * size / 2 of the window, the upper middle one of an even number.
+    // Channel by channel. Codes and type are those of this image; size 1 copies the pixels. The
+    // cost of a pixel grows with the side of the window, not with its area. Where a window holds
+    // not-a-numbers the result is one of its samples. Null for a size below 1.
+    CImage* Median(int size) const;
+
     // 255 where a sample is above `level`, else 0: a gray image with both codes of this one. On a
     // colour image all three samples have to be above.
     CImage* Threshold(float level) const;

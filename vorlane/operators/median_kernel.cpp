@@ -1,0 +1,340 @@
+// Medians over lanes: every lane runs the same network of minima and maxima.
+//
+// The columns of a window are sorted, and sorted columns are merged in twos, fours and so on by K.
+// Batcher's odd-even merges ("Sorting networks and their applications", 1968). Neighbouring windows
+// share columns and merged columns, so each of these is made once for a place in a row. A list
+// keeps only the samples that may still be the one that is looked for.
+
+#include <utility>
+
+#include <vorlane/operators/median_kernels.h>
+#include <vorlane/simd/lanes.h>
+
+namespace vorlane::VORLANE_LANES {
+
+namespace {
+
+using std::size_t;
+
+// Positions of a network's values, in rising order of what they hold.
+struct Wires {
+    int at[largest_network_median * largest_network_median];
+    int count;
+};
+
+// The comparators of a network in their order: the smaller of two values goes to `low`.
+struct Network {
+    int low[512];
+    int high[512];
+    int count;
+    Wires sorted;
+};
+
+consteval Wires every_second(const Wires& wires, int first) {
+    Wires some = {};
+    for (int k = first; k < wires.count; k += 2)
+        some.at[some.count++] = wires.at[k];
+    return some;
+}
+
+consteval void compare(Network& network, int low, int high) {
+    network.low[network.count] = low;
+    network.high[network.count] = high;
+    ++network.count;
+}
+
+consteval Wires merge(Network& network, const Wires& a, const Wires& b) {
+    if (a.count == 0)
+        return b;
+    if (b.count == 0)
+        return a;
+    Wires merged = {};
+    if (a.count == 1 && b.count == 1) {
+        compare(network, a.at[0], b.at[0]);
+        merged.at[0] = a.at[0];
+        merged.at[1] = b.at[0];
+        merged.count = 2;
+        return merged;
+    }
+    const Wires even = merge(network, every_second(a, 0), every_second(b, 0));
+    const Wires odd = merge(network, every_second(a, 1), every_second(b, 1));
+    merged.at[merged.count++] = even.at[0];
+    for (int k = 0; k < odd.count || k + 1 < even.count; ++k) {
+        if (k < odd.count && k + 1 < even.count)
+            compare(network, odd.at[k], even.at[k + 1]);
+        if (k < odd.count)
+            merged.at[merged.count++] = odd.at[k];
+        if (k + 1 < even.count)
+            merged.at[merged.count++] = even.at[k + 1];
+    }
+    return merged;
+}
+
+consteval Wires wires_between(int begin, int end) {
+    Wires wires = {};
+    for (int k = begin; k < end; ++k)
+        wires.at[wires.count++] = k;
+    return wires;
+}
+
+consteval Wires sort(Network& network, int begin, int end) {
+    if (end - begin < 2)
+        return wires_between(begin, end);
+    const int middle = (begin + end) / 2;
+    const Wires lower = sort(network, begin, middle);
+    return merge(network, lower, sort(network, middle, end));
+}
+
+consteval Network sorting_network(int count) {
+    Network network = {};
+    network.sorted = sort(network, 0, count);
+    return network;
+}
+
+// Of two sorted lists that stand one behind the other.
+consteval Network merging_network(int first, int second) {
+    Network network = {};
+    network.sorted = merge(network, wires_between(0, first), wires_between(first, first + second));
+    return network;
+}
+
+// A sorted list of samples of a window that has lost those which can't be the one looked for.
+struct List {
+    int columns; // of the window that it stands for
+    int below;   // lost samples that rank below the one looked for
+    int count;   // samples that it still has
+};
+
+// What of a merged list of all samples of `columns` columns may still have rank size * size / 2 in
+// the window, when `below` have been lost and `count` are left.
+consteval List keep_candidates(int size, int columns, int below, int count) {
+    const int target = size * size / 2 - below;
+    const int outside = size * (size - columns);
+    const int first = target > outside ? target - outside : 0;
+    const int last = target < count - 1 ? target : count - 1;
+    return {columns, below + first, last - first + 1};
+}
+
+consteval List merged_list(int size, const List& a, const List& b) {
+    return keep_candidates(size, a.columns + b.columns, a.below + b.below, a.count + b.count);
+}
+
+// The list of 1, 2, 4 ... columns.
+consteval List list_of_columns(int size, int columns) {
+    if (columns == 1)
+        return keep_candidates(size, 1, 0, size);
+    const List half = list_of_columns(size, columns / 2);
+    return merged_list(size, half, half);
+}
+
+consteval int largest_power_in(int size) {
+    int power = 1;
+    while (2 * power <= size)
+        power *= 2;
+    return power;
+}
+
+static inline void exchange(F32& low, F32& high) {
+    const F32 smaller = minimum(low, high);
+    high = maximum(low, high);
+    low = smaller;
+}
+
+template<const Network& network, size_t begin, size_t... k>
+static inline void run_part(F32* values, std::index_sequence<k...>) {
+    (exchange(values[network.low[begin + k]], values[network.high[begin + k]]), ...);
+}
+
+template<const Network& network, size_t begin = 0>
+static inline void run(F32* values) {
+    constexpr size_t part = 128;
+    constexpr size_t left = network.count - begin;
+    run_part<network, begin>(values, std::make_index_sequence<(left < part ? left : part)>());
+    if constexpr (left > part)
+        run<network, begin + part>(values);
+}
+
+template<const Network& network, int first, size_t... k>
+static inline void gather(const F32* values, F32* sorted, std::index_sequence<k...>) {
+    ((sorted[k] = values[network.sorted.at[first + static_cast<int>(k)]]), ...);
+}
+
+template<int count>
+constinit const Network sorting = sorting_network(count);
+template<int first, int second>
+constinit const Network merging = merging_network(first, second);
+
+constexpr size_t tile = 192; // samples of a row at a time; a multiple of 3 and of all lanes
+constexpr size_t most_lanes = 16;
+constexpr size_t tile_stride = tile + 3 * (largest_network_median - 1) + most_lanes;
+
+// Lists of sorted samples for every place in a tile: sample k of place j is rows[k][j].
+template<int count>
+struct Lists {
+    float rows[count][tile_stride];
+};
+
+template<int count>
+static inline void load_list(const Lists<count>& lists, size_t j, F32* values) {
+    for (int k = 0; k < count; ++k)
+        values[k] = load(lists.rows[k] + j);
+}
+
+// Merges two lists in `values`, one behind the other, into the candidates that are left.
+template<int size, List a, List b>
+static inline void merge_lists(F32* values, F32* merged) {
+    constexpr const Network& network = merging<a.count, b.count>;
+    constexpr List result = merged_list(size, a, b);
+    run<network>(values);
+    gather<network, result.below - a.below - b.below>(values, merged,
+                                                      std::make_index_sequence<result.count>());
+}
+
+// All lists of up to size / 2 columns, doubling, for a tile.
+template<int size, int columns>
+struct Pyramid {
+    static constexpr List list = list_of_columns(size, columns);
+    static constexpr List half = list_of_columns(size, columns / 2);
+
+    Pyramid<size, columns / 2> narrower;
+    Lists<list.count> lists;
+
+    void fill(const float* const* rows, size_t places, size_t channels) {
+        const size_t reach = columns / 2 * channels;
+        narrower.fill(rows, places + reach, channels);
+        for (size_t j = 0; j < places; j += F32::count) {
+            F32 values[2 * half.count];
+            F32 merged[list.count];
+            load_list(narrower.lists, j, values);
+            load_list(narrower.lists, j + reach, values + half.count);
+            merge_lists<size, half, half>(values, merged);
+            for (int k = 0; k < list.count; ++k)
+                store(lists.rows[k] + j, merged[k]);
+        }
+    }
+
+    template<int wanted>
+    const auto& lists_of() const {
+        if constexpr (wanted == columns)
+            return lists;
+        else
+            return narrower.template lists_of<wanted>();
+    }
+};
+
+template<int size>
+struct Pyramid<size, 1> {
+    static constexpr List list = list_of_columns(size, 1);
+
+    Lists<list.count> lists;
+
+    void fill(const float* const* rows, size_t places, size_t) {
+        constexpr const Network& network = sorting<size>;
+        for (size_t j = 0; j < places; j += F32::count) {
+            F32 values[size];
+            F32 sorted[list.count];
+            for (int k = 0; k < size; ++k)
+                values[k] = load(rows[k] + j);
+            run<network>(values);
+            gather<network, list.below>(values, sorted, std::make_index_sequence<list.count>());
+            for (int k = 0; k < list.count; ++k)
+                store(lists.rows[k] + j, sorted[k]);
+        }
+    }
+
+    template<int wanted>
+    const auto& lists_of() const {
+        return lists;
+    }
+};
+
+// Joins `so_far`, which covers the window's first columns, with lists for the columns that are
+// left, and gives the sample looked for.
+template<int size, List so_far, class Lists>
+static inline F32 join_rest(const F32* values, const Lists& pyramid, size_t j, size_t channels) {
+    if constexpr (so_far.columns == size) {
+        return values[size * size / 2 - so_far.below];
+    } else {
+        constexpr int columns = largest_power_in(size - so_far.columns);
+        constexpr List next = list_of_columns(size, columns);
+        constexpr List joined = merged_list(size, so_far, next);
+        F32 both[so_far.count + next.count];
+        F32 merged[joined.count];
+        for (int k = 0; k < so_far.count; ++k)
+            both[k] = values[k];
+        load_list(pyramid.template lists_of<columns>(), j + so_far.columns * channels,
+                  both + so_far.count);
+        merge_lists<size, so_far, next>(both, merged);
+        return join_rest<size, joined>(merged, pyramid, j, channels);
+    }
+}
+
+// Samples [begin, begin + count) of a row whose first pixel stands `before` pixels further to the
+// left than the samples' own; pixels outside are those of the border.
+static void copy_clamped(const float* row, size_t cols, size_t channels, size_t begin,
+                         size_t before, size_t count, float* to) {
+    const size_t n = cols * channels;
+    const size_t left = before * channels;
+    size_t j = 0;
+    for (; j < count && begin + j < left; ++j)
+        to[j] = row[(begin + j) % channels];
+    const size_t from = begin + j - left;
+    size_t inside = from < n ? n - from : 0;
+    inside = inside < count - j ? inside : count - j;
+    __builtin_memcpy(to + j, row + from, inside * sizeof(float));
+    for (j += inside; j < count; ++j)
+        to[j] = row[n - channels + (begin + j - left) % channels];
+}
+
+template<int size>
+static void filter_row(const float* const* rows, size_t cols, size_t channels, float* to) {
+    constexpr int half_columns = largest_power_in(size) / 2;
+    constexpr List half = list_of_columns(size, half_columns);
+    constexpr List start = merged_list(size, half, half);
+    constexpr size_t before = size - 1 - size / 2;
+    constexpr size_t lanes = F32::count;
+    const size_t n = cols * channels;
+    const size_t reach = static_cast<size_t>(half_columns) * channels;
+    // Places for which lists of each kind are needed, beyond those of the tile.
+    const size_t margin = static_cast<size_t>(size - half_columns) * channels;
+    static_assert(tile % lanes == 0 && tile % 3 == 0 && lanes <= most_lanes);
+    Pyramid<size, half_columns> pyramid;
+    float padded[size][tile_stride];
+    for (size_t begin = 0; begin < n; begin += tile) {
+        const size_t count = n - begin < tile ? n - begin : tile;
+        const bool is_inside =
+            begin >= before * channels && begin - before * channels + tile_stride <= n;
+        const float* window[size];
+        for (int k = 0; k < size; ++k) {
+            if (!is_inside)
+                copy_clamped(rows[k], cols, channels, begin, before, tile_stride, padded[k]);
+            window[k] = is_inside ? rows[k] + begin - before * channels : padded[k];
+        }
+        pyramid.fill(window, count + margin, channels);
+        for (size_t j = 0; j < count; j += lanes) {
+            F32 values[2 * half.count];
+            F32 merged[start.count];
+            load_list(pyramid.lists, j, values);
+            load_list(pyramid.lists, j + reach, values + half.count);
+            merge_lists<size, half, half>(values, merged);
+            const F32 median = join_rest<size, start>(merged, pyramid, j, channels);
+            if (j + lanes <= count) {
+                store(to + begin + j, median);
+            } else {
+                float rest[lanes];
+                store(rest, median);
+                for (size_t k = 0; j + k < count; ++k)
+                    to[begin + j + k] = rest[k];
+            }
+        }
+    }
+}
+
+} // namespace
+
+extern const MedianKernels median_kernels;
+const MedianKernels median_kernels = {{nullptr, nullptr, filter_row<2>, filter_row<3>,
+                                       filter_row<4>, filter_row<5>, filter_row<6>, filter_row<7>,
+                                       filter_row<8>, filter_row<9>}};
+
+} // namespace vorlane::VORLANE_LANES
