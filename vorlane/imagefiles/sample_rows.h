@@ -18,11 +18,11 @@ enum class Missing {
 };
 
 // Fills `rows` rows of `samples` samples, of zeros, from a file of `unit` bytes a sample, at most
-// 4, with decode(bytes, out, count).
+// 4, with decode(bytes, out, count). The file then stands behind the last of them.
 template<class Decode>
 void read_sample_rows(std::FILE* file, float* const* plane, int rows, std::size_t samples,
                       std::size_t unit, Decode decode, Missing missing = Missing::repeats_last) {
-    BlockReader reader(file);
+    BlockReader reader(file, static_cast<std::size_t>(std::max(rows, 0)) * samples * unit);
     float last = 0.0f;
     bool at_end = false;
     for (int i = 0; i < rows; ++i) {

@@ -25,6 +25,16 @@ std::int64_t saturating_product(std::int64_t a, std::int64_t b) {
     return a > largest / b ? largest : a * b;
 }
 
+bool seek(std::FILE* stream, std::int64_t offset, int origin) {
+#if defined(__unix__) || defined(__APPLE__)
+    return fseeko(stream, offset, origin) == 0;
+#else
+    return offset <= std::numeric_limits<long>::max() &&
+           offset >= std::numeric_limits<long>::min() &&
+           std::fseek(stream, static_cast<long>(offset), origin) == 0;
+#endif
+}
+
 } // namespace
 
 std::FILE* open_file(const char* path, const char* mode) {
@@ -70,14 +80,15 @@ std::int64_t position_of(std::FILE* stream) {
 }
 
 bool seek_to(std::FILE* stream, std::int64_t offset) {
-    if (offset < 0)
-        return false;
-#if defined(__unix__) || defined(__APPLE__)
-    return fseeko(stream, offset, SEEK_SET) == 0;
-#else
-    return offset <= std::numeric_limits<long>::max() &&
-           std::fseek(stream, static_cast<long>(offset), SEEK_SET) == 0;
-#endif
+    return offset >= 0 && seek(stream, offset, SEEK_SET);
+}
+
+bool seek_by(std::FILE* stream, std::int64_t offset) {
+    return seek(stream, offset, SEEK_CUR);
+}
+
+bool seek_from_end(std::FILE* stream, std::int64_t offset) {
+    return seek(stream, offset, SEEK_END);
 }
 
 bool header_is_believable(std::int64_t rows, std::int64_t cols, std::int64_t planes,
@@ -121,15 +132,19 @@ int scan_ints(const char* text, int* values, int count) {
     return stored;
 }
 
-BlockReader::BlockReader(std::FILE* stream)
-    : stream_(stream), block_(std::make_unique_for_overwrite<unsigned char[]>(block_size)) {}
+BlockReader::BlockReader(std::FILE* stream, std::size_t limit)
+    : stream_(stream), limit_(limit),
+      block_(std::make_unique_for_overwrite<unsigned char[]>(block_size)) {}
 
 std::span<const unsigned char> BlockReader::take(std::size_t wanted, std::size_t unit) {
     if (end_ - begin_ < unit) {
         std::memmove(block_.get(), block_.get() + begin_, end_ - begin_);
         end_ -= begin_;
         begin_ = 0;
-        end_ += std::fread(block_.get() + end_, 1, block_size - end_, stream_);
+        const std::size_t wish = std::min(block_size - end_, limit_);
+        const std::size_t read = std::fread(block_.get() + end_, 1, wish, stream_);
+        end_ += read;
+        limit_ -= read;
     }
     const std::size_t count = std::min(wanted, (end_ - begin_) / unit * unit);
     const unsigned char* const first = block_.get() + begin_;

@@ -28,6 +28,11 @@ std::int64_t position_of(std::FILE* stream);
 // 64-bit seek from the start of the file; false if that fails.
 bool seek_to(std::FILE* stream, std::int64_t offset);
 
+// The same from the current position, and from the end. A target before the start of the file fails
+// and leaves the position as it was.
+bool seek_by(std::FILE* stream, std::int64_t offset);
+bool seek_from_end(std::FILE* stream, std::int64_t offset);
+
 // The gate before every reader's allocation. True if `rows`, `cols` and `planes` (frames or slices)
 // are positive and the samples that they promise, `samples_per_pixel` each, may be believed: up to
 // 2^26 samples always; more only if `available` bytes are at least a thousandth of the promised
@@ -48,7 +53,8 @@ int scan_ints(const char* text, int* values, int count);
 // Hands out what follows in a file in blocks, of whole units of some bytes.
 class BlockReader {
 public:
-    explicit BlockReader(std::FILE* stream);
+    // Reads no more than `limit` bytes of the file, behind which it then stands when all are taken.
+    explicit BlockReader(std::FILE* stream, std::size_t limit = static_cast<std::size_t>(-1));
 
     // Up to `wanted` bytes in a row, a multiple of `unit`, valid until the next call; none at the
     // end of the file, whose last broken unit is never given. `unit` divides `wanted`.
@@ -56,6 +62,7 @@ public:
 
 private:
     std::FILE* stream_;
+    std::size_t limit_;
     std::unique_ptr<unsigned char[]> block_;
     std::size_t begin_ = 0;
     std::size_t end_ = 0;
