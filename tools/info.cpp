@@ -9,21 +9,6 @@
 
 namespace {
 
-const char* name_of_encoding(int pixel_format) {
-    switch (pixel_format) {
-    case 4:
-        return "unsigned bytes";
-    case 5:
-        return "signed 32-bit integers";
-    case 6:
-        return "32-bit floats";
-    case 7:
-        return "signed 16-bit integers";
-    default:
-        return "no stated encoding";
-    }
-}
-
 const char* name_of_format(int file_format) {
     constexpr const char* names[] = {"unknown format",      "PGM",  "PPM", "BMP",    "TQ", "AVI",
                                      "senvoc scanner file", "velk", "raw", "halvort"};

@@ -32,6 +32,21 @@ std::array<float, 3> colour_of_hue(double hue, double value) {
 
 } // namespace
 
+const char* name_of_encoding(int pixel_format) {
+    switch (pixel_format) {
+    case 4:
+        return "unsigned bytes";
+    case 5:
+        return "signed 32-bit integers";
+    case 6:
+        return "32-bit floats";
+    case 7:
+        return "signed 16-bit integers";
+    default:
+        return "no stated encoding";
+    }
+}
+
 int samples_per_pixel(const CImage& image) {
     return image.image_type == 1 ? 3 : 1;
 }

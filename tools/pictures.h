@@ -6,6 +6,9 @@
 // Samples of a pixel in the image's rows: 1 or 3.
 int samples_per_pixel(const CImage& image);
 
+// How a sample stands in a file: CImage::pixel_format in words.
+const char* name_of_encoding(int pixel_format);
+
 struct SampleRange {
     float low, high;
 };
