@@ -11,4 +11,6 @@ void add_convert_command(CLI::App& program);
 void add_smoothing_commands(CLI::App& program); // smooth, derivative, luv
 void add_edges_command(CLI::App& program);
 void add_raw_command(CLI::App& program);
+void add_histogram_command(CLI::App& program);
+void add_ridges_command(CLI::App& program);
 void add_volume_command(CLI::App& program); // info, smooth, ridges, slice

@@ -24,6 +24,8 @@ int main(int argc, char** argv) {
     add_smoothing_commands(program);
     add_edges_command(program);
     add_raw_command(program);
+    add_ridges_command(program);
+    add_histogram_command(program);
     add_volume_command(program);
 
     collect_messages();

@@ -1,7 +1,6 @@
 #include "pictures.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <cstdint>
 
@@ -18,7 +17,8 @@ void for_each_sample(const CImage& image, Visit visit) {
             visit(image.pixels[i][j]);
 }
 
-// A fully saturated colour: hue in turns, value from 0 to 255.
+} // namespace
+
 std::array<float, 3> colour_of_hue(double hue, double value) {
     std::array<float, 3> colour;
     for (int k = 0; k < 3; ++k) {
@@ -29,8 +29,6 @@ std::array<float, 3> colour_of_hue(double hue, double value) {
     }
     return colour;
 }
-
-} // namespace
 
 const char* name_of_encoding(int pixel_format) {
     switch (pixel_format) {

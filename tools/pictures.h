@@ -1,6 +1,8 @@
 // Images made fit to be looked at: their samples brought to 0 to 255.
 #pragma once
 
+#include <array>
+
 #include "host.h"
 
 // Samples of a pixel in the image's rows: 1 or 3.
@@ -26,6 +28,9 @@ void fit_to_format(CImage& image, const std::string& path);
 
 // A plane of an image as an image of its own.
 ImagePtr image_of_plane(const CImage& image, const float* const* plane);
+
+// A fully saturated colour: the hue in turns from red, the value from 0 to 255.
+std::array<float, 3> colour_of_hue(double hue, double value);
 
 // Directions from 0 to 2 pi as hues, with strengths from 0 to 1 as brightness.
 ImagePtr colour_wheel(const CImage& image, const float* const* direction,
