@@ -3,25 +3,15 @@
 
 #include <vorlane/image/colour.h>
 
-#include <array>
 #include <cmath>
 
 #include <vorlane/image/image_parts.h>
+#include <vorlane/image/luv_kernels.h>
 
 namespace {
 
 using namespace vorlane;
-
-constexpr double luminance_scale = 3.9215686e-07f; // 1 / (255 * 10000)
-constexpr double linear_threshold = 0.008856;
-constexpr double linear_slope = 903.3f;
-constexpr double levels = 255.0f;
-constexpr double level_step = 0.003921569f; // 1 / 255
-constexpr double white_u = 0.1978f;
-constexpr double white_v = 0.4683f;
-constexpr double chroma_scale = 13.0f;
-constexpr double black_u = 4.0f;
-constexpr double black_v = 0.6f;
+using namespace vorlane::luv;
 
 // The tristimulus values in units of 1 / 10000.
 double X_of(double r, double g, double b) {
@@ -55,26 +45,6 @@ float round_half_away(double value) {
     return static_cast<float>(std::trunc(shifted) + 0.0);
 }
 
-void pixel_to_luv(const float* rgb, const std::array<float, 256>& table, float* luv) {
-    const double r = rgb[0];
-    const double g = rgb[1];
-    const double b = rgb[2];
-    const double X = static_cast<float>(X_of(r, g, b));
-    const double Y = Y_of(r, g, b);
-    const double Z = Z_of(r, g, b);
-    const double yn = Y * luminance_scale;
-    const double L = yn > linear_threshold ? table[static_cast<std::size_t>(level_of(yn))]
-                                           : static_cast<float>(yn * linear_slope);
-    const double d = (Z * 3.0 + Y * 15.0) + X;
-    const double u_chroma = d == 0.0 ? black_u : static_cast<float>(X * 4.0 / d);
-    const double v_chroma = d == 0.0 ? black_v : Y * 9.0 / d;
-    const double u = static_cast<float>((u_chroma - white_u) * L * chroma_scale);
-    const double v = (v_chroma - white_v) * L * chroma_scale;
-    luv[0] = round_half_away(L);
-    luv[1] = round_half_away(u);
-    luv[2] = round_half_away(v);
-}
-
 float clamp_to_byte_range(double value) {
     if (value < 0.0)
         return 0.0f;
@@ -89,15 +59,14 @@ CImage* CImage::RGB_to_LUV() const {
     auto luv = make_unwritten_image(nrows, ncols, image_type, 0, 0);
     if (!luv)
         return nullptr;
-    std::array<float, 256> table;
+    float lightness[256];
     for (int i = 0; i < 256; ++i) {
         const double root = static_cast<float>(root_of_level(i));
-        table[static_cast<std::size_t>(i)] = static_cast<float>(lightness_of_root(root));
+        lightness[i] = static_cast<float>(lightness_of_root(root));
     }
-    for (int i = 0; i < nrows; ++i) {
-        for (std::int64_t j = 0; j < ncols; ++j)
-            pixel_to_luv(pixels[i] + 3 * j, table, luv->pixels[i] + 3 * j);
-    }
+    const LuvKernels& kernels = pick_luv_kernels();
+    for (int i = 0; i < nrows; ++i)
+        kernels.to_luv(pixels[i], luv->pixels[i], static_cast<std::size_t>(ncols), lightness);
     return luv.release();
 }
 
