@@ -27,6 +27,10 @@ int main(int argc, char** argv) {
     add_ridges_command(program);
     add_histogram_command(program);
     add_volume_command(program);
+    add_filter_commands(program);
+    add_math_commands(program);
+    add_geometry_commands(program);
+    add_draw_commands(program);
 
     collect_messages();
     try {
