@@ -269,6 +269,34 @@ static inline F32 join_rest(const F32* values, const Lists& pyramid, size_t j, s
     }
 }
 
+static inline F32 middle_of(F32 a, F32 b, F32 c) {
+    return maximum(minimum(a, b), minimum(maximum(a, b), c));
+}
+
+template<int size, class Lists>
+static inline F32 window_median(const Lists& pyramid, size_t j, size_t channels) {
+    if constexpr (size == 3) {
+        // Of three sorted columns: the largest of the lowest, the middle of the middle ones and the
+        // smallest of the highest (A. Paeth, "Median finding on a 3 x 3 grid", 1990).
+        F32 a[3], b[3], c[3];
+        load_list(pyramid.lists, j, a);
+        load_list(pyramid.lists, j + channels, b);
+        load_list(pyramid.lists, j + 2 * channels, c);
+        return middle_of(maximum(maximum(a[0], b[0]), c[0]), middle_of(a[1], b[1], c[1]),
+                         minimum(minimum(a[2], b[2]), c[2]));
+    } else {
+        constexpr int half_columns = largest_power_in(size) / 2;
+        constexpr List half = list_of_columns(size, half_columns);
+        constexpr List start = merged_list(size, half, half);
+        F32 values[2 * half.count];
+        F32 merged[start.count];
+        load_list(pyramid.lists, j, values);
+        load_list(pyramid.lists, j + half_columns * channels, values + half.count);
+        merge_lists<size, half, half>(values, merged);
+        return join_rest<size, start>(merged, pyramid, j, channels);
+    }
+}
+
 // Samples [begin, begin + count) of a row whose first pixel stands `before` pixels further to the
 // left than the samples' own; pixels outside are those of the border.
 static void copy_clamped(const float* row, size_t cols, size_t channels, size_t begin,
@@ -289,12 +317,9 @@ static void copy_clamped(const float* row, size_t cols, size_t channels, size_t 
 template<int size>
 static void filter_row(const float* const* rows, size_t cols, size_t channels, float* to) {
     constexpr int half_columns = largest_power_in(size) / 2;
-    constexpr List half = list_of_columns(size, half_columns);
-    constexpr List start = merged_list(size, half, half);
     constexpr size_t before = size - 1 - size / 2;
     constexpr size_t lanes = F32::count;
     const size_t n = cols * channels;
-    const size_t reach = static_cast<size_t>(half_columns) * channels;
     // Places for which lists of each kind are needed, beyond those of the tile.
     const size_t margin = static_cast<size_t>(size - half_columns) * channels;
     static_assert(tile % lanes == 0 && tile % 3 == 0 && lanes <= most_lanes);
@@ -312,12 +337,7 @@ static void filter_row(const float* const* rows, size_t cols, size_t channels, f
         }
         pyramid.fill(window, count + margin, channels);
         for (size_t j = 0; j < count; j += lanes) {
-            F32 values[2 * half.count];
-            F32 merged[start.count];
-            load_list(pyramid.lists, j, values);
-            load_list(pyramid.lists, j + reach, values + half.count);
-            merge_lists<size, half, half>(values, merged);
-            const F32 median = join_rest<size, start>(merged, pyramid, j, channels);
+            const F32 median = window_median<size>(pyramid, j, channels);
             if (j + lanes <= count) {
                 store(to + begin + j, median);
             } else {

@@ -36,9 +36,11 @@ void copy_rectangle(const float* const* from, float* const* to, const Rectangle&
 
 enum class Reduction { mean, filtered };
 
-// The mean of blocks of factor x factor pixels, row by row.
-template<int channels>
-void reduce_row_by_mean(const float* const* from, float* to, int64_t cols, int64_t factor) {
+// The mean of blocks of factor x factor pixels, row by row. A factor that the compiler knows makes
+// lanes of the pixels; `known` is 0 for any other.
+template<int channels, int known>
+void reduce_row_by_mean(const float* const* from, float* to, int64_t cols, int64_t any_factor) {
+    const int64_t factor = known ? known : any_factor;
     const auto area = static_cast<double>(factor * factor);
     for (int64_t j = 0; j < cols; ++j) {
         double sum[channels] = {};
@@ -76,7 +78,8 @@ void reduce_plane(const float* const* from, float* const* to, int rows, int cols
                   Reduction reduction) {
     for (int64_t i = 0; i < rows; ++i) {
         if (reduction == Reduction::mean) {
-            reduce_row_by_mean<channels>(from + i * factor, to[i], cols, factor);
+            (factor == 2 ? reduce_row_by_mean<channels, 2>
+                         : reduce_row_by_mean<channels, 0>)(from + i * factor, to[i], cols, factor);
         } else {
             const float* const around[3] = {from[i == 0 ? 1 : 2 * i - 1], from[2 * i],
                                             from[2 * i + 1]};
@@ -119,21 +122,25 @@ void make_weights(Weights* weights, int64_t factor, int64_t a) {
     }
 }
 
-template<int channels>
+// Between two rows of the source; `known` as above.
+template<int channels, int known>
 void interpolate_row(const float* upper, const float* lower, float* to, int64_t cols,
-                     const Weights* weights, int64_t factor) {
+                     const Weights* weights, int64_t any_factor) {
+    const int64_t factor = known ? known : any_factor;
     const auto area = static_cast<double>(factor * factor);
-    for (int64_t j = 0; j < cols; ++j, upper += channels, lower += channels) {
-        const int64_t right = j + 1 < cols ? channels : 0;
-        for (int64_t b = 0; b < factor; ++b, to += channels) {
-            const Weights& w = weights[b];
-            for (int k = 0; k < channels; ++k) {
-                const double sum = lower[right + k] * w.diagonal + lower[k] * w.below +
-                                   upper[right + k] * w.right + upper[k] * w.pixel;
-                to[k] = static_cast<float>(sum / area);
+    const auto interpolate = [&](int64_t j, int64_t right) {
+        for (int64_t b = 0; b < factor; ++b) {
+            const Weights w = weights[b];
+            for (int64_t k = channels * j; k < channels * (j + 1); ++k) {
+                const double sum = lower[k + right] * w.diagonal + lower[k] * w.below +
+                                   upper[k + right] * w.right + upper[k] * w.pixel;
+                to[channels * ((factor - 1) * j + b) + k] = static_cast<float>(sum / area);
             }
         }
-    }
+    };
+    for (int64_t j = 0; j + 1 < cols; ++j)
+        interpolate(j, channels);
+    interpolate(cols - 1, 0); // the last column is repeated
 }
 
 template<int channels>
@@ -157,8 +164,10 @@ bool interpolate_plane(const float* const* from, float* const* to, int rows, int
     for (int64_t a = 0; a < factor; ++a) {
         make_weights(weights.get(), factor, a);
         for (int64_t i = 0; i < rows; ++i)
-            interpolate_row<channels>(from[i], from[i + 1 < rows ? i + 1 : i], to[i * factor + a],
-                                      cols, weights.get(), factor);
+            (factor == 2 ? interpolate_row<channels, 2>
+                         : interpolate_row<channels, 0>)(from[i], from[i + 1 < rows ? i + 1 : i],
+                                                         to[i * factor + a], cols, weights.get(),
+                                                         factor);
     }
     return true;
 }
