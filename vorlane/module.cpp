@@ -3,6 +3,7 @@
 #include <vorlane/bitmap/dib.h>
 #include <vorlane/histogram/histogram.h>
 #include <vorlane/image/image.h>
+#include <vorlane/movie/video.h>
 #include <vorlane/volume/volume.h>
 
 namespace {
@@ -11,6 +12,7 @@ const bool registered = [] {
     AfxClassInit(&CDib::classCDib);
     AfxClassInit(&CHistogram::classCHistogram);
     AfxClassInit(&CImage::classCImage);
+    AfxClassInit(&CVideo::classCVideo);
     AfxClassInit(&CVolume::classCVolume);
     return true;
 }();

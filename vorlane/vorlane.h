@@ -10,6 +10,7 @@
 #include <vorlane/image/image.h>
 #include <vorlane/image/objects.h>
 #include <vorlane/imagefiles/image_files.h>
+#include <vorlane/movie/video.h>
 #include <vorlane/platform/avifile.h>
 #include <vorlane/platform/file.h>
 #include <vorlane/platform/gdi.h>

@@ -1,0 +1,156 @@
+// Movies from and to image files, and movies of which each frame is edited.
+
+#include <vorlane/movie/video.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <limits>
+#include <memory>
+#include <new>
+#include <optional>
+#include <string>
+
+#include <vorlane/image/image_parts.h>
+#include <vorlane/movie/movie_files.h>
+
+using namespace vorlane;
+
+namespace {
+
+using std::int64_t;
+
+constexpr int tq = 4;
+
+bool fits_int(int64_t value) {
+    return value >= std::numeric_limits<int>::min() && value <= std::numeric_limits<int>::max();
+}
+
+// last - first + 1, if that is an int.
+std::optional<int> count_of(int first, int last) {
+    const int64_t count = int64_t{last} - first + 1;
+    return fits_int(count) ? std::optional<int>(static_cast<int>(count)) : std::nullopt;
+}
+
+// "%s%d%s".
+std::string numbered(const char* prefix, int64_t number, const char* suffix) {
+    return (prefix ? prefix : "") + std::to_string(number) + (suffix ? suffix : "");
+}
+
+// Closes a movie that others own when the work on it ends.
+class ClosesBehind {
+public:
+    explicit ClosesBehind(CVideo& movie) : movie_(movie) {}
+    ~ClosesBehind() { movie_.CloseVideo(); }
+    ClosesBehind(const ClosesBehind&) = delete;
+    ClosesBehind& operator=(const ClosesBehind&) = delete;
+
+private:
+    CVideo& movie_;
+};
+
+// The movie for the caller, closed.
+CVideo* finish(MovieHandle& movie) {
+    if (movie)
+        movie->CloseVideo();
+    return movie.release();
+}
+
+// A movie like the open one `source`, in another size and number of frames: of each frame n from
+// `first` on, edit(n) gives the new image, or null to give up.
+template<class Edit>
+CVideo* edit_frames(CVideo& source, int rows, int cols, int first, int count, Edit edit) {
+    MovieHandle made = make_temporary_movie(rows, cols, count, source.file_format,
+                                            source.pixel_format, source.image_type);
+    const bool is_created = made && made->file_format != 0;
+    for (int n = first; is_created && n < int64_t{first} + count; ++n) {
+        source.GetFrame(n, nullptr);
+        const std::unique_ptr<CImage> frame(edit(n));
+        if (!frame)
+            return nullptr;
+        made->WriteCurrentFrame(frame.get());
+    }
+    return finish(made);
+}
+
+// A frame as an operator takes it, which needs no planes where there is nothing to see.
+CImage* empty_image(const CImage& like, int rows, int cols) {
+    return new (std::nothrow)
+        CImage(rows, cols, like.image_type, like.file_format, like.pixel_format);
+}
+
+} // namespace
+
+void CVideo::ImagesFromVideo(const char* prefix, int first, const char* suffix, int to_format,
+                             int to_pixel_format) {
+    if (!OpenVideo(file_name) || !fits_int(int64_t{first} + nframes))
+        return;
+    for (int n = 0; n < nframes; ++n) {
+        GetFrame(n, nullptr);
+        CImage copy(image);
+        copy.file_format = to_format;
+        copy.pixel_format = to_pixel_format;
+        copy.WriteImage(numbered(prefix, int64_t{n} + first, suffix).c_str());
+    }
+}
+
+CVideo* CVideo::Extract(int first, int last, int first_row, int first_col, int rows, int cols) {
+    if (!OpenVideo(file_name))
+        return nullptr;
+    const ClosesBehind closes(*this);
+    const std::optional<int> count = count_of(first, last);
+    const bool has_frames = !count || *count <= 0 || (first >= 0 && last < nframes);
+    const bool has_rectangle = first_row >= 0 && first_col >= 0 && rows >= 0 && cols >= 0 &&
+                               rows <= nrows - first_row && cols <= ncols - first_col;
+    if (!count || !has_frames || !has_rectangle)
+        return nullptr;
+    return edit_frames(*this, rows, cols, first, *count,
+                       [&](int) { return image->Extract(first_row, first_col, rows, cols); });
+}
+
+CVideo* CVideo::Reduce(int factor, int mode) {
+    if (!OpenVideo(file_name))
+        return nullptr;
+    const ClosesBehind closes(*this);
+    if (factor < 1)
+        return nullptr;
+    const int rows = nrows / factor;
+    const int cols = ncols / factor;
+    const bool is_empty = rows == 0 || cols == 0;
+    return edit_frames(*this, rows, cols, 0, nframes, [&](int) {
+        return is_empty ? empty_image(*image, rows, cols) : image->Reduce(factor, mode);
+    });
+}
+
+CVideo* CVideo::Superpose(const char* path) {
+    if (!OpenVideo(file_name))
+        return nullptr;
+    const ClosesBehind closes(*this);
+    CVideo marks;
+    if (!marks.OpenVideo(path))
+        return nullptr;
+    const ClosesBehind closes_marks(marks);
+    if (marks.nrows < nrows || marks.ncols < ncols)
+        return nullptr;
+    const bool is_empty = nrows == 0 || ncols == 0;
+    return edit_frames(*this, nrows, ncols, 0, nframes, [&](int n) {
+        if (n < marks.nframes)
+            marks.GetFrame(n, nullptr);
+        return is_empty ? empty_image(*image, nrows, ncols) : image->Superpose(marks.image);
+    });
+}
+
+CVideo* VideoFromImages(const char* prefix, int first, int last, const char* suffix) {
+    const std::optional<int> count = count_of(first, last);
+    if (!count)
+        return nullptr;
+    CImage image;
+    image.ReadImage(numbered(prefix, first, suffix).c_str());
+    MovieHandle movie = make_temporary_movie(image.nrows, image.ncols, *count, tq,
+                                             image.pixel_format, image.image_type);
+    for (int64_t n = first; n <= last; ++n) {
+        image.ReadImage(numbered(prefix, n, suffix).c_str());
+        if (movie)
+            movie->WriteCurrentFrame(&image);
+    }
+    return finish(movie);
+}
