@@ -171,8 +171,9 @@ int CVolume::ReadV1Volume(const char* path) {
     nslices = static_cast<int>(count);
     for (int k = 0; k < nslices; ++k) {
         char name[text_size];
-        std::snprintf(name, sizeof name, "%s/%s%d%s", directory, prefix, start + k, suffix);
-        slices[k].ReadImage(name);
+        // What doesn't fit is cut.
+        if (std::snprintf(name, sizeof name, "%s/%s%d%s", directory, prefix, start + k, suffix) > 0)
+            slices[k].ReadImage(name);
     }
     nrows = slices[0].nrows;
     ncols = slices[0].ncols;
