@@ -139,7 +139,8 @@ TEST(Reduce, EqualsThePlainLoops) {
                     const int rows = size.first / factor;
                     const int cols = size.second / factor;
                     expect_codes_and_size(*out, *image, rows, cols);
-                    const auto plain = [&](float** plane, int channels) {
+                    const auto plain = [&, factor = factor, mode = mode](float** plane,
+                                                                         int channels) {
                         return reduced(plane, size.first, size.second, channels, factor, mode);
                     };
                     EXPECT_TRUE(

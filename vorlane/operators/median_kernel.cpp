@@ -30,20 +30,20 @@ struct Network {
     Wires sorted;
 };
 
-consteval Wires every_second(const Wires& wires, int first) {
+static constexpr Wires every_second(const Wires& wires, int first) {
     Wires some = {};
     for (int k = first; k < wires.count; k += 2)
         some.at[some.count++] = wires.at[k];
     return some;
 }
 
-consteval void compare(Network& network, int low, int high) {
+static constexpr void compare(Network& network, int low, int high) {
     network.low[network.count] = low;
     network.high[network.count] = high;
     ++network.count;
 }
 
-consteval Wires merge(Network& network, const Wires& a, const Wires& b) {
+static constexpr Wires merge(Network& network, const Wires& a, const Wires& b) {
     if (a.count == 0)
         return b;
     if (b.count == 0)
@@ -70,14 +70,14 @@ consteval Wires merge(Network& network, const Wires& a, const Wires& b) {
     return merged;
 }
 
-consteval Wires wires_between(int begin, int end) {
+static constexpr Wires wires_between(int begin, int end) {
     Wires wires = {};
     for (int k = begin; k < end; ++k)
         wires.at[wires.count++] = k;
     return wires;
 }
 
-consteval Wires sort(Network& network, int begin, int end) {
+static constexpr Wires sort(Network& network, int begin, int end) {
     if (end - begin < 2)
         return wires_between(begin, end);
     const int middle = (begin + end) / 2;
@@ -85,14 +85,14 @@ consteval Wires sort(Network& network, int begin, int end) {
     return merge(network, lower, sort(network, middle, end));
 }
 
-consteval Network sorting_network(int count) {
+static constexpr Network sorting_network(int count) {
     Network network = {};
     network.sorted = sort(network, 0, count);
     return network;
 }
 
 // Of two sorted lists that stand one behind the other.
-consteval Network merging_network(int first, int second) {
+static constexpr Network merging_network(int first, int second) {
     Network network = {};
     network.sorted = merge(network, wires_between(0, first), wires_between(first, first + second));
     return network;
@@ -107,7 +107,7 @@ struct List {
 
 // What of a merged list of all samples of `columns` columns may still have rank size * size / 2 in
 // the window, when `below` have been lost and `count` are left.
-consteval List keep_candidates(int size, int columns, int below, int count) {
+static constexpr List keep_candidates(int size, int columns, int below, int count) {
     const int target = size * size / 2 - below;
     const int outside = size * (size - columns);
     const int first = target > outside ? target - outside : 0;
@@ -115,19 +115,19 @@ consteval List keep_candidates(int size, int columns, int below, int count) {
     return {columns, below + first, last - first + 1};
 }
 
-consteval List merged_list(int size, const List& a, const List& b) {
+static constexpr List merged_list(int size, const List& a, const List& b) {
     return keep_candidates(size, a.columns + b.columns, a.below + b.below, a.count + b.count);
 }
 
 // The list of 1, 2, 4 ... columns.
-consteval List list_of_columns(int size, int columns) {
+static constexpr List list_of_columns(int size, int columns) {
     if (columns == 1)
         return keep_candidates(size, 1, 0, size);
     const List half = list_of_columns(size, columns / 2);
     return merged_list(size, half, half);
 }
 
-consteval int largest_power_in(int size) {
+static constexpr int largest_power_in(int size) {
     int power = 1;
     while (2 * power <= size)
         power *= 2;
@@ -160,9 +160,9 @@ static inline void gather(const F32* values, F32* sorted, std::index_sequence<k.
 }
 
 template<int count>
-constinit const Network sorting = sorting_network(count);
+constexpr Network sorting = sorting_network(count);
 template<int first, int second>
-constinit const Network merging = merging_network(first, second);
+constexpr Network merging = merging_network(first, second);
 
 constexpr size_t tile = 192; // samples of a row at a time; a multiple of 3 and of all lanes
 constexpr size_t most_lanes = 16;
