@@ -31,6 +31,7 @@ int main(int argc, char** argv) {
     add_math_commands(program);
     add_geometry_commands(program);
     add_draw_commands(program);
+    add_movie_commands(program);
 
     collect_messages();
     try {
