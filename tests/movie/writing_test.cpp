@@ -2,6 +2,7 @@
 
 #include <vorlane/movie/video.h>
 
+#include <algorithm>
 #include <cstring>
 #include <ctime>
 #include <filesystem>
@@ -333,7 +334,38 @@ TEST(MovieBuilding, ConvertsYuvFrames) {
         frame({100, 90, 80, 70, 0}, {1, 200, 3, 128, 9}, {128, 9, 128, 250, 9});
     const auto result = frames(worked, 2, 10, 2, 0, 1);
     ASSERT_EQ(result.size(), 2u);
-    // The last row and column of scaled luma are 0, so look at a movie with chroma 0 and no half.
+    EXPECT_EQ(result[0][3], 254.0f); // white of 254.99983
+    EXPECT_EQ(result[0][6], 254.0f); // red
+    EXPECT_EQ(result[0][7], 0.0f);
+
+    // Many values at half the size, where luma is every second sample of every second row.
+    constexpr int pixels = 4000;
+    const auto random = make_random(1, 3 * pixels, 0, 9, true);
+    const float* const yuv = random->pixels[0];
+    std::string bytes;
+    const auto put = [&](float value, int times) {
+        bytes.append(static_cast<std::size_t>(times), static_cast<char>(static_cast<int>(value)));
+    };
+    for (int row = 0; row < 2; ++row)
+        for (int k = 0; k < pixels; ++k)
+            put(yuv[k], 2);
+    for (int k = pixels; k < 3 * pixels; ++k)
+        put(yuv[k], 1);
+    const auto many = frames(bytes, 2, 2 * pixels, 1, 0, 1);
+    ASSERT_EQ(many.size(), 1u);
+    for (int k = 0; k < pixels; ++k) {
+        const double y = (yuv[k] - 16.0) * double{298.082f};
+        const double d = yuv[k + pixels] - 128.0;
+        const double e = yuv[k + 2 * pixels] - 128.0;
+        const double channels[] = {y + double{408.583f} * e,
+                                   y - double{100.291f} * d - double{208.12f} * e,
+                                   y + double{516.411f} * d};
+        for (int c = 0; c < 3; ++c) {
+            const double value = std::min(std::max(channels[c] * 0.00390625, 0.0), 255.0);
+            ASSERT_EQ(many[0][static_cast<std::size_t>(3 * k + c)],
+                      static_cast<int>(static_cast<float>(value)));
+        }
+    }
     std::string flat = std::string(24, '\x51') + std::string(6, '\x5A') + std::string(6, '\xF0');
     const auto red = frames(flat, 4, 6, 1, 0, 0);
     ASSERT_EQ(red.size(), 1u);
