@@ -237,7 +237,7 @@ void CVideo::set_frame_bytes() {
 }
 
 int CVideo::read_tqf_frame(CImage* target) {
-    if (state_ != State::reading || !tqf_file || tq_pixel_size(image_type, pixel_format) == 0)
+    if (!tqf_file || tq_pixel_size(image_type, pixel_format) == 0)
         return 1;
     const std::int64_t samples = std::int64_t{channel_count(image_type)} * std::max(ncols, 0);
     const std::int64_t length = frame_length();

@@ -68,8 +68,8 @@ public:
     // bytes, in any format that CImage::ReadImage reads, n without leading zeros, up to the end
     // slice. An image that can't be read shows its own messages and leaves its slice empty. Sizes,
     // type and pixel_format become those of slice 0. Returns 0 and changes nothing if `path` can't
-    // be opened (without a message) or there are less than 1 or more than 2^20 slices ("Can't open
-    // file").
+    // be opened (without a message) or there are less than 1 or more than 838860 slices ("Can't
+    // open file").
     int ReadV1Volume(const char* path);
 
     // Reads the samples of all slices from one file without a header, slice by slice and row by
