@@ -45,6 +45,33 @@ TEST(Plane, SizesWithoutAPlane) {
     free_2D_float_array(nullptr);
 }
 
+// Blocks are shared, planes are not; they may go in any order.
+TEST(Plane, StackHandsOutPlanesOfTheirOwn) {
+    constexpr int rows = 300, cols = 7000,
+                  count = 9; // 8 MB each: several to a block, several blocks
+    PlaneStack stack(rows, cols, Fill::zeros, count);
+    std::vector<PlaneHandle> planes;
+    for (int k = 0; k < count; ++k) {
+        planes.emplace_back(stack.next());
+        ASSERT_TRUE(plane_holds(planes.back().get(), rows, cols));
+        for (int i = 0; i < rows; ++i) {
+            float* const row = planes.back().get()[i];
+            ASSERT_EQ(reinterpret_cast<std::uintptr_t>(row) % 64, 0u);
+            ASSERT_EQ(row[0] + row[cols - 1], 0.0f);
+            std::fill(row, row + cols, static_cast<float>(k));
+        }
+    }
+    EXPECT_EQ(stack.next(), nullptr);
+    for (const int k : {4, 0, 8, 3})
+        planes[static_cast<std::size_t>(k)].reset();
+    for (const int k : {1, 2, 5, 6, 7}) {
+        const float* const* const plane = planes[static_cast<std::size_t>(k)].get();
+        EXPECT_EQ(plane[0][0], static_cast<float>(k));
+        EXPECT_EQ(plane[rows - 1][cols - 1], static_cast<float>(k));
+    }
+    EXPECT_EQ(PlaneStack(-1, 4, Fill::none, 3).next(), nullptr);
+}
+
 TEST(Arrays, IntsStartAtZero) {
     int* const ints = make_1D_int_array(1000);
     EXPECT_TRUE(std::all_of(ints, ints + 1000, [](int v) { return v == 0; }));

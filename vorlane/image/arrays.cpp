@@ -1,9 +1,13 @@
 #include <vorlane/image/arrays.h>
 
+#include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <limits>
+#include <new>
+#include <utility>
 
 #include <vorlane/image/plane.h>
 
@@ -18,9 +22,18 @@ namespace {
 
 constexpr std::size_t cache_line = 64; // also the bytes of the widest lanes
 
+} // namespace
+
+// Memory that one or more planes share; it goes with the last of them.
+struct PlaneBlock {
+    alignas(16) std::atomic<std::size_t> users;
+};
+
+namespace {
+
 // Stands in front of the row table.
 struct PlaneHeader {
-    void* block;
+    PlaneBlock* block;
     std::int64_t rows;
     std::int64_t cols;
 };
@@ -60,32 +73,81 @@ void prefer_large_pages([[maybe_unused]] void* block, [[maybe_unused]] std::size
 #endif
 }
 
-} // namespace
-
-float** make_plane(std::int64_t rows, std::int64_t cols, Fill fill) {
+// Bytes of a plane with its table, or 0 if it can't be.
+std::size_t bytes_of_plane(std::int64_t rows, std::int64_t cols) {
     constexpr std::int64_t largest_side = std::int64_t{3} * std::numeric_limits<int>::max();
     if (rows < 0 || cols < 0 || rows > largest_side || cols > largest_side)
-        return nullptr;
+        return 0;
     const std::uint64_t pitch = row_pitch(static_cast<std::uint64_t>(cols));
     const std::uint64_t table =
         sizeof(PlaneHeader) + static_cast<std::uint64_t>(rows) * sizeof(float*);
     const std::uint64_t memory = machine_memory();
     if (table > memory || (rows > 0 && pitch > (memory - table) / static_cast<std::uint64_t>(rows)))
+        return 0;
+    const std::uint64_t size = table + static_cast<std::uint64_t>(rows) * pitch + cache_line;
+    return (size + cache_line - 1) / cache_line * cache_line;
+}
+
+// A block with one user; null if there is no memory.
+PlaneBlock* make_block(std::size_t size, Fill fill) {
+    void* const memory = fill == Fill::zeros ? std::calloc(size, 1) : std::malloc(size);
+    if (!memory)
         return nullptr;
-    const std::size_t size = table + static_cast<std::uint64_t>(rows) * pitch + cache_line;
-    void* const block = fill == Fill::zeros ? std::calloc(size, 1) : std::malloc(size);
-    if (!block)
-        return nullptr;
-    prefer_large_pages(block, size);
-    auto* const header = static_cast<PlaneHeader*>(block);
+    prefer_large_pages(memory, size);
+    return new (memory) PlaneBlock{{1}};
+}
+
+void release(PlaneBlock* block) {
+    if (block && block->users.fetch_sub(1, std::memory_order_acq_rel) == 1)
+        std::free(block);
+}
+
+// One more user of the block: a plane at `at`, with its samples as they are there.
+float** place_plane(PlaneBlock* block, unsigned char* at, std::int64_t rows, std::int64_t cols) {
+    block->users.fetch_add(1, std::memory_order_relaxed);
+    auto* const header = reinterpret_cast<PlaneHeader*>(at);
     *header = {block, rows, cols};
     auto* const plane = reinterpret_cast<float**>(header + 1);
     const auto behind_table = reinterpret_cast<std::uintptr_t>(plane + rows);
-    auto* row = static_cast<unsigned char*>(block) +
-                ((behind_table + cache_line - 1) / cache_line * cache_line -
-                 reinterpret_cast<std::uintptr_t>(block));
+    const std::uint64_t pitch = row_pitch(static_cast<std::uint64_t>(cols));
+    unsigned char* row = at + ((behind_table + cache_line - 1) / cache_line * cache_line -
+                               reinterpret_cast<std::uintptr_t>(at));
     for (std::int64_t r = 0; r < rows; ++r, row += pitch)
         plane[r] = reinterpret_cast<float*>(row);
+    return plane;
+}
+
+} // namespace
+
+float** make_plane(std::int64_t rows, std::int64_t cols, Fill fill) {
+    return PlaneStack(rows, cols, fill, 1).next();
+}
+
+PlaneStack::PlaneStack(std::int64_t rows, std::int64_t cols, Fill fill, std::size_t count)
+    : rows_(rows), cols_(cols), fill_(fill), plane_size_(bytes_of_plane(rows, cols)), left_(count) {
+}
+
+PlaneStack::~PlaneStack() {
+    release(block_);
+}
+
+float** PlaneStack::next() {
+    constexpr std::size_t preferred_block = std::size_t{32} << 20;
+    if (left_ == 0 || plane_size_ == 0)
+        return nullptr;
+    if (left_in_block_ == 0) {
+        release(std::exchange(block_, nullptr));
+        const std::size_t planes = std::clamp<std::size_t>(preferred_block / plane_size_, 1, left_);
+        block_ = make_block(sizeof(PlaneBlock) + planes * plane_size_, fill_);
+        if (!block_)
+            return nullptr;
+        at_ = reinterpret_cast<unsigned char*>(block_ + 1);
+        left_in_block_ = planes;
+    }
+    float** const plane = place_plane(block_, at_, rows_, cols_);
+    at_ += plane_size_;
+    --left_in_block_;
+    --left_;
     return plane;
 }
 
@@ -109,7 +171,7 @@ float** make_2D_float_array(int rows, int cols) {
 
 void free_2D_float_array(float** plane) {
     if (plane)
-        std::free(vorlane::header_of(plane)->block);
+        vorlane::release(vorlane::header_of(plane)->block);
 }
 
 float* make_1D_float_array(int n) {

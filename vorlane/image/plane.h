@@ -17,6 +17,32 @@ enum class Fill {
 // As make_2D_float_array, with sizes in 64 bits: a colour plane has 3 * cols columns.
 float** make_plane(std::int64_t rows, std::int64_t cols, Fill fill = Fill::zeros);
 
+struct PlaneBlock;
+
+// Hands out up to `count` planes of one size that share large blocks of memory: the slices of a
+// volume are too small for large pages one by one. Each plane is released by itself; a block goes
+// with its last plane.
+class PlaneStack {
+public:
+    PlaneStack(std::int64_t rows, std::int64_t cols, Fill fill, std::size_t count);
+    ~PlaneStack();
+    PlaneStack(const PlaneStack&) = delete;
+    PlaneStack& operator=(const PlaneStack&) = delete;
+
+    // The next plane; null if there is no memory, if a size makes no sense, or behind the last one.
+    float** next();
+
+private:
+    std::int64_t rows_;
+    std::int64_t cols_;
+    Fill fill_;
+    std::size_t plane_size_;
+    std::size_t left_;
+    PlaneBlock* block_ = nullptr;
+    unsigned char* at_ = nullptr;
+    std::size_t left_in_block_ = 0;
+};
+
 // The size that the plane was made with. Only for planes made by this library. An image's fields
 // may have changed since its planes were made, so whoever touches a plane that an earlier call left
 // asks here.

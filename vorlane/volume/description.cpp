@@ -211,6 +211,7 @@ int CVolume::ReadV2Volume(const char* path) {
     // Planes that the file doesn't fill are made of zeros, which take memory only when touched.
     const std::int64_t slice_bytes = std::int64_t{nrows} * ncols * unit;
     std::int64_t left = available;
+    PlaneStack whole_slices(nrows, ncols, Fill::none, static_cast<std::size_t>(nslices));
     for (int k = 0; k < nslices; ++k, left -= slice_bytes) {
         CImage& slice = slices[k];
         slice.nrows = nrows;
@@ -218,7 +219,7 @@ int CVolume::ReadV2Volume(const char* path) {
         slice.pixel_format = pixel_format;
         slice.file_format = raw_slice_code;
         const Fill fill = unit > 0 && left >= slice_bytes ? Fill::none : Fill::zeros;
-        slice.pixels = make_plane(nrows, ncols, fill);
+        slice.pixels = fill == Fill::none ? whole_slices.next() : make_plane(nrows, ncols);
         if (!slice.pixels) {
             make_slices(0);
             return fail();

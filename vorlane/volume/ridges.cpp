@@ -17,12 +17,13 @@ class SlicePlanes {
 public:
     SlicePlanes(CVolume& volume, const std::vector<int>& indices, float** CImage::*field)
         : field_(field) {
+        PlaneStack stack(volume.nrows, volume.ncols, Fill::none, indices.size());
         for (const int k : indices) {
             CImage& slice = volume.slices[k];
             slices_.push_back(&slice);
             PlaneHandle made;
             if (!plane_holds(slice.*field, slice.nrows, slice.ncols))
-                made.reset(make_plane(slice.nrows, slice.ncols, Fill::none));
+                made.reset(stack.next());
             planes_.push_back(made ? made.get() : slice.*field);
             made_.push_back(std::move(made));
         }

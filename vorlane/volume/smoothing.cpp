@@ -50,14 +50,14 @@ namespace {
 using namespace vorlane;
 
 // An image of the kind of `source`; the first ncols samples of a row are for the filter.
-bool make_like(const CImage& source, CImage& slice) {
+bool make_like(const CImage& source, CImage& slice, PlaneStack& gray_planes) {
     slice.nrows = source.nrows;
     slice.ncols = source.ncols;
     slice.image_type = source.image_type;
     slice.pixel_format = source.pixel_format;
     slice.file_format = source.file_format;
-    slice.pixels = make_plane(source.nrows, samples_per_row(source),
-                              source.image_type == 0 ? Fill::none : Fill::zeros);
+    slice.pixels = source.image_type == 0 ? gray_planes.next()
+                                          : make_plane(source.nrows, samples_per_row(source));
     return slice.pixels != nullptr;
 }
 
@@ -75,10 +75,11 @@ CVolume* CVolume::smooth_volume(float sigma) const try {
     result->ncols = ncols;
     result->image_type = image_type;
     result->file_format = file_format;
+    PlaneStack gray_planes(nrows, ncols, Fill::none, indices.size());
     std::vector<const float* const*> in;
     std::vector<float**> out;
     for (const int k : indices) {
-        if (!make_like(slices[k], result->slices[k]))
+        if (!make_like(slices[k], result->slices[k], gray_planes))
             return nullptr;
         in.push_back(slices[k].pixels);
         out.push_back(result->slices[k].pixels);
