@@ -1,25 +1,6 @@
 #!/usr/bin/env bash
 # The program from outside: results, exit statuses, and nothing left behind by a failure.
-set -euo pipefail
-program=$1
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-cd "$work"
-
-fail() {
-    echo "FAILED: $*" >&2
-    exit 1
-}
-
-# expect STATUS TEXT COMMAND...: the exit status, and a text on standard error that is one line
-expect() {
-    local status=0 wanted=$1 text=$2
-    shift 2
-    "$@" >out.txt 2>err.txt || status=$?
-    [ "$status" = "$wanted" ] || fail "status $status instead of $wanted: $*"
-    grep -qF -- "$text" err.txt || fail "no '$text' in: $(cat err.txt)"
-    [ "$wanted" != 1 ] || [ "$(wc -l <err.txt)" = 1 ] || fail "more than one line: $(cat err.txt)"
-}
+. "$(dirname "$0")/common.sh"
 
 { printf 'P5\n64 48\n255\n'; for ((i = 0; i < 48; ++i)); do printf '0%.0s' {1..32}; printf 'z%.0s' {1..32}; done; } >in.pgm
 

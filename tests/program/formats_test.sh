@@ -1,15 +1,6 @@
 #!/usr/bin/env bash
 # The program's way with formats: every ending, headerless data, and other programs' opinion of our files.
-set -euo pipefail
-program=$1
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-cd "$work"
-
-fail() {
-    echo "FAILED: $*" >&2
-    exit 1
-}
+. "$(dirname "$0")/common.sh"
 same() { cmp -s "$1" "$2" || fail "$1 and $2 differ"; }
 
 # Every byte value once in gray, and a colour picture whose rows need padding.

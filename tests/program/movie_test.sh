@@ -1,24 +1,6 @@
 #!/usr/bin/env bash
 # Movies with the program: built from images, edited, converted and taken apart again.
-set -euo pipefail
-program=$1
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-cd "$work"
-
-fail() {
-    echo "FAILED: $*" >&2
-    exit 1
-}
-
-# refused STATUS TEXT COMMAND...: the exit status, and a text on standard error
-refused() {
-    local status=0 wanted=$1 text=$2
-    shift 2
-    "$@" >out.txt 2>err.txt || status=$?
-    [ "$status" = "$wanted" ] || fail "status $status instead of $wanted: $*"
-    grep -qF -- "$text" err.txt || fail "no '$text' in: $(cat err.txt)"
-}
+. "$(dirname "$0")/common.sh"
 
 printf 'P6\n2 2\n255\nabcdefghijkl' >f1.ppm
 printf 'P6\n2 2\n255\nABCDEFGHIJKL' >f2.ppm
@@ -35,12 +17,12 @@ head -c 36 /dev/zero | tr '\0' Q >yuv
 "$program" movie from-yuv yuv e.avi --rows 4 --cols 6 --frames 1
 "$program" movie info e.avi | grep -q '1 frames of 4 rows x 6 columns' || fail from-yuv
 
-refused 1 "Can't open file" "$program" movie convert missing x.avi
-refused 1 "frames 0 to 1" "$program" movie crop c.tq x.avi --frames 0 2
-refused 1 "ending" "$program" movie convert c.tq x.mov
-refused 2 "" "$program" movie reduce c.tq x.avi --factor 0
+expect 1 "Can't open file" "$program" movie convert missing x.avi
+expect 1 "frames 0 to 1" "$program" movie crop c.tq x.avi --frames 0 2
+expect 1 "ending" "$program" movie convert c.tq x.mov
+expect 2 "" "$program" movie reduce c.tq x.avi --factor 0
 if [ -e /dev/full ]; then
     ln -s /dev/full full.avi
-    refused 1 "CVideo: Can't write file" "$program" movie convert c.tq full.avi
+    expect 1 "CVideo: Can't write file" "$program" movie convert c.tq full.avi
 fi
 [ -z "$(find . -name 'x.*')" ] || fail "something half-written stays behind"

@@ -1,24 +1,6 @@
 #!/usr/bin/env bash
 # Ridges and histograms from outside: results, exit statuses, and nothing left behind by a failure.
-set -euo pipefail
-program=$1
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-cd "$work"
-
-fail() {
-    echo "FAILED: $*" >&2
-    exit 1
-}
-
-# expect STATUS TEXT COMMAND...: the exit status, and a text on standard error
-expect() {
-    local status=0 wanted=$1 text=$2
-    shift 2
-    "$@" >out.txt 2>err.txt || status=$?
-    [ "$status" = "$wanted" ] || fail "status $status instead of $wanted: $*"
-    grep -qF -- "$text" err.txt || fail "no '$text' in: $(cat err.txt)"
-}
+. "$(dirname "$0")/common.sh"
 
 # A bright line of three rows in an image of 40 x 30.
 {
