@@ -9,7 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <support/pictures.h>
-#include <vorlane/platform/solvers.h>
+#include <vorlane/numerics/solvers.h>
 
 namespace {
 

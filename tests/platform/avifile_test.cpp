@@ -11,8 +11,8 @@
 
 #include <support/avi_files.h>
 #include <support/scratch_folder.h>
-#include <vorlane/platform/avi_reader.h>
-#include <vorlane/platform/avi_writer.h>
+#include <vorlane/avi/avi_reader.h>
+#include <vorlane/avi/avi_writer.h>
 
 namespace {
 

@@ -3,8 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <support/scratch_folder.h>
+#include <vorlane/bytes/input_file.h>
 #include <vorlane/platform/file.h>
-#include <vorlane/platform/input_file.h>
 #include <vorlane/platform/string.h>
 
 namespace {

@@ -8,7 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <support/volumes.h>
-#include <vorlane/platform/solvers.h>
+#include <vorlane/numerics/solvers.h>
 #include <vorlane/volume/hessian_kernels.h>
 
 namespace {

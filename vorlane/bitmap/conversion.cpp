@@ -6,10 +6,10 @@
 #include <cstring>
 
 #include <vorlane/bitmap/windowed_bytes.h>
+#include <vorlane/bytes/samples.h>
 #include <vorlane/image/colour_weights.h>
 #include <vorlane/image/plane.h>
 #include <vorlane/image/range.h>
-#include <vorlane/imagefiles/samples.h>
 #include <vorlane/platform/bitmap_layout.h>
 #include <vorlane/platform/string.h>
 

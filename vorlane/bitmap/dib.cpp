@@ -9,9 +9,9 @@
 #include <new>
 #include <utility>
 
+#include <vorlane/bytes/input_file.h>
 #include <vorlane/image/failure.h>
 #include <vorlane/platform/bitmap_layout.h>
-#include <vorlane/platform/input_file.h>
 
 namespace {
 

@@ -1,6 +1,6 @@
 #include <vorlane/bitmap/windowed_bytes.h>
 
-#include <vorlane/imagefiles/samples.h>
+#include <vorlane/bytes/samples.h>
 
 #if defined(__SSE2__)
 #include <emmintrin.h>

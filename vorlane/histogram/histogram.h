@@ -64,7 +64,7 @@ public:
     // Returns the misfit: the root of the sum of squared residuals over that of squared counts, 0
     // for an exact fit. Returns 1000000.0 after a failure, with nparams 0. With n below 1 or too
     // large for memory, or on a histogram of zeros, it returns 1000000.0 and changes nothing.
-    // LevenbergMarquardt in vorlane/platform/solvers.h does the fit.
+    // LevenbergMarquardt in vorlane/numerics/solvers.h does the fit.
     float FitNGaussians(int n);
 
     // Fits first, first + 1, ... last - 1 Gaussians, and keeps the fit with the fewest of them

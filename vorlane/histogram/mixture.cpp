@@ -8,7 +8,7 @@
 
 #include <vorlane/histogram/owned_arrays.h>
 #include <vorlane/image/plane.h>
-#include <vorlane/platform/solvers.h>
+#include <vorlane/numerics/solvers.h>
 
 namespace {
 

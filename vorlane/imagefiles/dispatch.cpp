@@ -3,9 +3,9 @@
 #include <utility>
 
 #include <vorlane/bitmap/dib.h>
+#include <vorlane/bytes/input_file.h>
 #include <vorlane/image/failure.h>
 #include <vorlane/image/image.h>
-#include <vorlane/platform/input_file.h>
 
 namespace {
 

@@ -5,9 +5,9 @@
 #include <iterator>
 #include <memory>
 
+#include <vorlane/bytes/sample_rows.h>
+#include <vorlane/bytes/samples.h>
 #include <vorlane/image/image_parts.h>
-#include <vorlane/imagefiles/sample_rows.h>
-#include <vorlane/imagefiles/samples.h>
 
 namespace {
 

@@ -5,9 +5,9 @@
 #include <cstdio>
 #include <string>
 
+#include <vorlane/bytes/sample_rows.h>
+#include <vorlane/bytes/samples.h>
 #include <vorlane/image/failure.h>
-#include <vorlane/imagefiles/sample_rows.h>
-#include <vorlane/imagefiles/samples.h>
 
 namespace {
 

@@ -3,10 +3,10 @@
 #include <cstdint>
 #include <cstring>
 
+#include <vorlane/bytes/sample_rows.h>
+#include <vorlane/bytes/samples.h>
 #include <vorlane/image/failure.h>
 #include <vorlane/image/plane.h>
-#include <vorlane/imagefiles/sample_rows.h>
-#include <vorlane/imagefiles/samples.h>
 #include <vorlane/platform/string.h>
 
 namespace {

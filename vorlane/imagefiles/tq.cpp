@@ -2,12 +2,12 @@
 
 #include <algorithm>
 
+#include <vorlane/bytes/input_file.h>
+#include <vorlane/bytes/sample_rows.h>
+#include <vorlane/bytes/samples.h>
 #include <vorlane/image/failure.h>
 #include <vorlane/image/image_parts.h>
 #include <vorlane/imagefiles/image_files.h>
-#include <vorlane/imagefiles/sample_rows.h>
-#include <vorlane/imagefiles/samples.h>
-#include <vorlane/platform/input_file.h>
 
 namespace vorlane {
 

@@ -6,8 +6,8 @@
 #include <limits>
 #include <new>
 
+#include <vorlane/bytes/input_file.h>
 #include <vorlane/image/image_parts.h>
-#include <vorlane/platform/input_file.h>
 
 using namespace vorlane;
 

@@ -9,11 +9,11 @@
 #include <new>
 #include <string>
 
+#include <vorlane/bytes/input_file.h>
 #include <vorlane/image/failure.h>
 #include <vorlane/image/image_parts.h>
 #include <vorlane/imagefiles/tq.h>
 #include <vorlane/movie/movie_files.h>
-#include <vorlane/platform/input_file.h>
 
 using namespace vorlane;
 

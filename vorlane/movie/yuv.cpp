@@ -6,11 +6,11 @@
 #include <cstdint>
 #include <memory>
 
+#include <vorlane/bytes/input_file.h>
+#include <vorlane/bytes/samples.h>
 #include <vorlane/image/failure.h>
 #include <vorlane/image/image_parts.h>
-#include <vorlane/imagefiles/samples.h>
 #include <vorlane/movie/movie_files.h>
-#include <vorlane/platform/input_file.h>
 
 using namespace vorlane;
 

@@ -8,9 +8,9 @@
 #include <stdexcept>
 #include <vector>
 
-#include <vorlane/platform/avi_reader.h>
-#include <vorlane/platform/avi_writer.h>
-#include <vorlane/platform/riff.h>
+#include <vorlane/avi/avi_reader.h>
+#include <vorlane/avi/avi_writer.h>
+#include <vorlane/avi/riff.h>
 
 // An open file. It lives until it and all its streams have been given back.
 struct IAVIFile {

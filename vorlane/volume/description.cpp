@@ -4,11 +4,11 @@
 #include <cctype>
 #include <cstdio>
 
+#include <vorlane/bytes/input_file.h>
+#include <vorlane/bytes/samples.h>
 #include <vorlane/image/failure.h>
 #include <vorlane/image/plane.h>
 #include <vorlane/imagefiles/image_files.h>
-#include <vorlane/imagefiles/samples.h>
-#include <vorlane/platform/input_file.h>
 
 namespace {
 

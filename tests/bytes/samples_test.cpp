@@ -8,7 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <support/pictures.h>
-#include <vorlane/imagefiles/samples.h>
+#include <vorlane/bytes/samples.h>
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include <vorlane/platform/input_file.h>
+#include <vorlane/bytes/input_file.h>
 
 #include <algorithm>
 #include <cctype>

@@ -1,11 +1,11 @@
-#include <vorlane/platform/avi_reader.h>
+#include <vorlane/avi/avi_reader.h>
 
 #include <algorithm>
 #include <cctype>
 #include <cstring>
 
+#include <vorlane/avi/riff.h>
 #include <vorlane/platform/avifile.h>
-#include <vorlane/platform/riff.h>
 
 namespace vorlane {
 

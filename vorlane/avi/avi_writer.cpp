@@ -1,9 +1,9 @@
-#include <vorlane/platform/avi_writer.h>
+#include <vorlane/avi/avi_writer.h>
 
 #include <algorithm>
 #include <limits>
 
-#include <vorlane/platform/riff.h>
+#include <vorlane/avi/riff.h>
 
 namespace vorlane {
 

@@ -1,11 +1,11 @@
 // Frames of AVI files as bitmaps: uncompressed ones of all depths, and RLE8.
 
-#include <vorlane/platform/avi_reader.h>
+#include <vorlane/avi/avi_reader.h>
 
 #include <algorithm>
 #include <cstring>
 
-#include <vorlane/platform/riff.h>
+#include <vorlane/avi/riff.h>
 
 namespace vorlane {
 

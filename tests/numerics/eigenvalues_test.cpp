@@ -7,7 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <vorlane/image/plane.h>
-#include <vorlane/platform/solvers.h>
+#include <vorlane/numerics/solvers.h>
 
 namespace {
 

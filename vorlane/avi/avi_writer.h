@@ -6,8 +6,8 @@
 #include <cstdio>
 #include <vector>
 
+#include <vorlane/bytes/input_file.h>
 #include <vorlane/platform/avifile.h>
-#include <vorlane/platform/input_file.h>
 
 namespace vorlane {
 

@@ -1,4 +1,4 @@
-#include <vorlane/imagefiles/samples.h>
+#include <vorlane/bytes/samples.h>
 
 #include <cstring>
 

@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <vector>
 
-#include <vorlane/platform/input_file.h>
+#include <vorlane/bytes/input_file.h>
 
 namespace vorlane {
 

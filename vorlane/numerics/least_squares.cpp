@@ -1,4 +1,4 @@
-#include <vorlane/platform/solvers.h>
+#include <vorlane/numerics/solvers.h>
 
 #include <algorithm>
 #include <cmath>

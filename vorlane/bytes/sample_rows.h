@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <cstdio>
 
-#include <vorlane/platform/input_file.h>
+#include <vorlane/bytes/input_file.h>
 
 namespace vorlane {
 
