@@ -10,7 +10,7 @@ int main(int argc, char** argv) {
     image.edges_mag_dir(2.0f); // fills mag_plane and dir_plane
     const std::unique_ptr<CImage> thin(image.non_maximum_suppression());
     const std::unique_ptr<CImage> edges(thin->hysteresis_thresholding(0.2f, 0.08f));
-    edges->file_format = 1; // PGM
+    edges->file_format = vorlane::FileFormat::pgm;
     std::printf("%d x %d pixels\n", edges->nrows, edges->ncols);
     return edges->WriteImage(argv[2]) ? 0 : 1;
 }

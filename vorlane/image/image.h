@@ -12,6 +12,7 @@
 #pragma once
 
 #include <vorlane/image/arrays.h>
+#include <vorlane/image/codes.h>
 #include <vorlane/image/objects.h>
 
 class VORLANE_API CImage : public CObject {
