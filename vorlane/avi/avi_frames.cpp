@@ -1,6 +1,6 @@
-// Frames of AVI files as bitmaps: uncompressed ones of all depths, and RLE8.
+// Uncompressed frames of all depths, and frames in 8-bit run lengths.
 
-#include <vorlane/avi/avi_reader.h>
+#include <vorlane/avi/avi_frames.h>
 
 #include <algorithm>
 #include <cstring>
@@ -11,8 +11,8 @@ namespace vorlane {
 
 namespace {
 
-constexpr std::uint32_t no_compression = 0;
-constexpr std::uint32_t rle8 = 1;
+constexpr std::size_t header_bytes = BitmapFormat::header_bytes;
+constexpr int out_bit_count = 24;
 
 // Paints run lengths on a canvas of indices, bottom row first. Runs that leave their row are cut.
 // Returns the number of pixels painted; no pixel is painted twice, since runs only move on.
@@ -67,7 +67,7 @@ unsigned char widen_5(unsigned value) {
 
 AviFrames::AviFrames(const AviFile& file, const AviTrack& track)
     : file_(file), track_(track), format_(track.format.data()),
-      out_row_bytes_(static_cast<std::size_t>((format_.width * 24 + 31) / 32 * 4)) {
+      out_row_bytes_(static_cast<std::size_t>((format_.width * out_bit_count + 31) / 32 * 4)) {
     if (!can_decode())
         return;
     const std::size_t pixels = out_row_bytes_ * static_cast<std::size_t>(format_.height);
@@ -77,26 +77,31 @@ AviFrames::AviFrames(const AviFile& file, const AviTrack& track)
     put_little(header + 4, static_cast<std::uint32_t>(format_.width));
     put_little(header + 8, static_cast<std::uint32_t>(format_.height));
     put_little(header + 12, std::uint16_t{1});
-    put_little(header + 14, std::uint16_t{24});
+    put_little(header + 14, std::uint16_t{out_bit_count});
     put_little(header + 20, static_cast<std::uint32_t>(pixels));
     next_ = current_;
 
-    if (format_.bit_count == 8) {
+    if (format_.compression == BitmapFormat::gray_levels) {
+        for (std::size_t k = 0; k < first_palette_.size(); ++k)
+            std::fill_n(first_palette_[k], 3, static_cast<unsigned char>(k));
+    } else if (format_.bit_count == 8) {
         const std::size_t begin =
             std::min<std::size_t>(get32(track.format.data()), track.format.size());
-        const std::size_t bytes = std::min(track.format.size() - begin, sizeof palette_);
-        std::memcpy(palette_, track.format.data() + begin, bytes / 4 * 4);
+        const std::size_t bytes = std::min(track.format.size() - begin, sizeof first_palette_);
+        std::memcpy(first_palette_.data(), track.format.data() + begin, bytes / 4 * 4);
     }
-    if (format_.compression == rle8) {
+    palette_ = first_palette_;
+    if (format_.compression == BitmapFormat::rle8) {
         canvas_.resize(static_cast<std::size_t>(format_.width * format_.height));
         is_complete_.resize(track.frames.size());
     }
 }
 
 bool AviFrames::can_decode() const {
-    if (format_.compression == rle8)
+    if (format_.compression == BitmapFormat::rle8 ||
+        format_.compression == BitmapFormat::gray_levels)
         return format_.bit_count == 8;
-    return format_.compression == no_compression &&
+    return format_.compression == BitmapFormat::uncompressed &&
            (format_.bit_count == 8 || format_.bit_count == 16 || format_.bit_count == 24 ||
             format_.bit_count == 32);
 }
@@ -105,7 +110,12 @@ unsigned char* AviFrames::frame(std::int64_t number) {
     if (number < 0 || number >= static_cast<std::int64_t>(track_.frames.size()))
         return nullptr;
     const AviChunk& chunk = track_.frames[static_cast<std::size_t>(number)];
-    if (format_.compression == rle8) {
+    if (!format_.has_pixels())
+        return current_.data();
+    if (chunk.size == 0)
+        return nullptr;
+    bring_palette_to(static_cast<std::size_t>(number));
+    if (format_.compression == BitmapFormat::rle8) {
         if (!bring_canvas_to(number))
             return nullptr;
         for (std::int64_t i = 0; i < format_.height; ++i)
@@ -198,6 +208,22 @@ bool AviFrames::read_chunk(const AviChunk& chunk, std::size_t count) {
     if (chunk_.size() < count)
         chunk_.resize(count);
     return file_.read(chunk.offset, chunk_.data(), count);
+}
+
+// Changes of the palette come upon each other; going back, they begin anew.
+void AviFrames::bring_palette_to(std::size_t number) {
+    const std::vector<AviPaletteChange>& changes = track_.palette_changes;
+    if (palette_changes_ > 0 && changes[palette_changes_ - 1].frame > number) {
+        palette_ = first_palette_;
+        palette_changes_ = 0;
+    }
+    for (; palette_changes_ < changes.size() && changes[palette_changes_].frame <= number;
+         ++palette_changes_) {
+        const AviPaletteChange& change = changes[palette_changes_];
+        const unsigned char* from = track_.palette_bytes.data() + change.begin;
+        for (std::size_t k = 0; k < change.count; ++k, from += 4)
+            std::reverse_copy(from, from + 3, palette_[change.first + k]);
+    }
 }
 
 void AviFrames::convert_row(const unsigned char* from, unsigned char* to) const {

@@ -1,4 +1,4 @@
-// Private: what an AVI file has, and its frames as bitmaps.
+// Private: what an AVI file has, and where.
 #pragma once
 
 #include <cstddef>
@@ -15,6 +15,14 @@ struct AviChunk {
     std::uint32_t size;
 };
 
+// A change of some colours of the palette, from a frame on.
+struct AviPaletteChange {
+    std::size_t frame;
+    std::size_t first; // colour
+    std::size_t count; // of colours
+    std::size_t begin; // of their bytes in `palette_bytes` of the track
+};
+
 struct AviTrack {
     std::uint32_t type = 0;
     std::uint32_t handler = 0;
@@ -22,19 +30,25 @@ struct AviTrack {
     std::uint32_t scale = 0;
     std::uint32_t rate = 0;
     std::uint32_t start = 0;
-    std::vector<unsigned char> format; // at least 40 bytes for video
-    std::vector<AviChunk> frames;      // of video
+    std::vector<unsigned char> format; // of video: a BITMAPINFOHEADER and what follows it
+
+    // Of video. A chunk of no bytes stands for the frame before it, or, where there is none, for
+    // the first one, and has the place of that here.
+    std::vector<AviChunk> frames;
+    std::vector<AviPaletteChange> palette_changes;
+    std::vector<unsigned char> palette_bytes; // four a colour: red, green, blue and another
 };
 
 // The streams of a file and where their frames lie. Found by a walk from chunk to chunk and not in
 // an index, so that a file without one, or with a wrong one, is read all the same. Where the file
-// is cut or makes no sense the walk ends.
+// is cut or makes no sense the walk ends; a frame that is cut isn't counted.
 class AviFile {
 public:
+    enum class Parsed { whole, not_riff, unreadable };
+
     explicit AviFile(FileHandle file) : file_(std::move(file)) {}
 
-    // False if the file is no RIFF file.
-    bool parse();
+    Parsed parse();
 
     const std::vector<AviTrack>& tracks() const { return tracks_; }
     const AviTrack* first_video() const;
@@ -44,64 +58,17 @@ public:
     bool read(std::int64_t offset, unsigned char* bytes, std::size_t count) const;
 
 private:
-    void parse_stream_header(std::int64_t offset, std::uint32_t size);
-    void parse_format(std::int64_t offset, std::uint32_t size);
-    void add_frame(const unsigned char* name, const AviChunk& chunk);
+    void parse_chunk(const unsigned char* name, const AviChunk& chunk);
+    void parse_main_header(const AviChunk& chunk);
+    void parse_stream_header(const AviChunk& chunk);
+    void parse_format(const AviChunk& chunk);
+    void parse_movie_chunk(const unsigned char* name, const AviChunk& chunk);
+    void parse_palette_change(AviTrack& track, const AviChunk& chunk);
 
     FileHandle file_;
     std::int64_t size_ = 0;
     std::uint32_t header_[14] = {}; // the words of the main header
     std::vector<AviTrack> tracks_;
-};
-
-// The fields of a BITMAPINFOHEADER that a reader needs.
-struct BitmapFormat {
-    std::int64_t width = 0;
-    std::int64_t height = 0; // positive
-    bool is_top_down = false;
-    int bit_count = 0;
-    std::uint32_t compression = 0;
-
-    explicit BitmapFormat(const unsigned char* header);
-
-    // Bytes of a row, a multiple of 4 when rows are `padded`.
-    std::int64_t row_bytes(bool padded) const;
-};
-
-// Turns the frames of one stream into bitmaps of 24 bits, bottom row first.
-class AviFrames {
-public:
-    AviFrames(const AviFile& file, const AviTrack& track);
-
-    // Whether the format is one that is read here.
-    bool can_decode() const;
-
-    // The information header and, behind it, the pixels; null if the frame can't be had. Stays
-    // until the second call from here that succeeds.
-    unsigned char* frame(std::int64_t number);
-
-private:
-    bool decode_plain(const AviChunk& chunk);
-    bool bring_canvas_to(std::int64_t number);
-    bool decode_onto_canvas(std::int64_t number);
-    bool read_chunk(const AviChunk& chunk, std::size_t count);
-    void convert_row(const unsigned char* from, unsigned char* to) const;
-
-    static constexpr std::size_t header_bytes = 40;
-
-    const AviFile& file_;
-    const AviTrack& track_;
-    BitmapFormat format_;
-    std::size_t out_row_bytes_;
-    unsigned char palette_[256][4] = {}; // blue, green, red
-    std::vector<unsigned char> current_; // header and pixels
-    std::vector<unsigned char> next_;
-    std::vector<unsigned char> chunk_;
-
-    // Run lengths paint upon the frame before, kept here as indices, bottom row first.
-    std::vector<unsigned char> canvas_;
-    std::int64_t canvas_frame_ = -1;
-    std::vector<unsigned char> is_complete_; // 0 not known yet, 1 paints only a part, 2 every pixel
 };
 
 } // namespace vorlane

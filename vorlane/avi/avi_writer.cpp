@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <limits>
 
+#include <vorlane/avi/bitmap_format.h>
 #include <vorlane/avi/riff.h>
 
 namespace vorlane {
@@ -37,13 +38,14 @@ void AviWriter::set_rate(std::uint32_t rate, std::uint32_t scale) {
 }
 
 int AviWriter::set_format(const unsigned char* format, std::size_t size) {
-    constexpr std::size_t largest_format = 40 + 4 * 256;
+    constexpr std::size_t least = BitmapFormat::header_bytes;
+    constexpr std::size_t largest_format = least + 4 * 256;
     if (!segments_.empty() || !format_.empty())
         return AVIERR_UNSUPPORTED;
-    if (size < 40 || size > largest_format || get32(format) < 40 || get32(format) > size)
+    if (size < least || size > largest_format || get32(format) < least || get32(format) > size)
         return AVIERR_BADFORMAT;
-    const bool is_compressed = get32(format + 16) != 0;
-    if (is_compressed || get_int(format + 4) < 0)
+    const BitmapFormat picture(format);
+    if (picture.compression != BitmapFormat::uncompressed || !picture.has_sound_sizes())
         return AVIERR_BADFORMAT;
     format_.assign(format, format + size);
     return AVIERR_OK;
@@ -98,11 +100,12 @@ int AviWriter::finish() {
 // All up to the first frame. It has the same length at the beginning, when it keeps the place, and
 // at the end, when it has the numbers.
 std::vector<unsigned char> AviWriter::header() const {
-    std::vector<unsigned char> format = format_.empty() ? std::vector<unsigned char>(40) : format_;
-    const std::uint32_t width = get32(format.data() + 4);
-    const std::uint32_t height = get32(format.data() + 8);
-    const std::uint64_t row_bytes =
-        (std::uint64_t{width} * get16(format.data() + 14) + 31) / 32 * 4;
+    std::vector<unsigned char> format = format_;
+    format.resize(std::max(format.size(), BitmapFormat::header_bytes));
+    const BitmapFormat picture(format.data());
+    const auto width = static_cast<std::uint32_t>(picture.width);
+    const auto height = static_cast<std::uint32_t>(picture.height);
+    const auto row_bytes = static_cast<std::uint64_t>(picture.row_bytes(true));
     if (get32(format.data() + 20) == 0)
         put_little(format.data() + 20, at_most_32_bits(row_bytes * height));
     constexpr std::uint32_t has_index = 0x10;
@@ -249,7 +252,7 @@ void AviWriter::write_old_index() {
 }
 
 void AviWriter::append(const void* bytes, std::size_t count) {
-    failed_ = failed_ || std::fwrite(bytes, 1, count, file_.get()) < count;
+    failed_ = failed_ || (count > 0 && std::fwrite(bytes, 1, count, file_.get()) < count);
     position_ += static_cast<std::int64_t>(count);
 }
 

@@ -8,9 +8,10 @@
 #include <stdexcept>
 #include <vector>
 
+#include <vorlane/avi/avi_frames.h>
 #include <vorlane/avi/avi_reader.h>
 #include <vorlane/avi/avi_writer.h>
-#include <vorlane/avi/riff.h>
+#include <vorlane/avi/bitmap_format.h>
 
 // An open file. It lives until it and all its streams have been given back.
 struct IAVIFile {
@@ -50,19 +51,31 @@ int guarded(Call call) {
     }
 }
 
+bool has_format(const AviTrack& track) {
+    return track.type == streamtypeVIDEO && track.format.size() >= BitmapFormat::header_bytes;
+}
+
 // A frame takes three bytes a pixel in memory, whatever it takes in the file.
-bool picture_is_believable(const AviFile& file) {
-    const AviTrack* const video = file.first_video();
-    if (!video)
-        return true;
-    if (video->format.size() < 40)
+bool picture_is_believable(const AviFile& file, const AviTrack& track) {
+    if (!has_format(track))
         return false;
-    const BitmapFormat format(video->format.data());
-    constexpr std::int64_t largest = std::numeric_limits<std::int32_t>::max();
-    if (format.width < 0 || format.height > largest)
-        return false;
-    return header_is_believable(std::max<std::int64_t>(format.height, 1),
+    const BitmapFormat format(track.format.data());
+    return format.has_sound_sizes() &&
+           header_is_believable(std::max<std::int64_t>(format.height, 1),
                                 std::max<std::int64_t>(format.width, 1), 1, 3, 1, file.size());
+}
+
+int parse(AviFile& file) {
+    switch (file.parse()) {
+    case AviFile::Parsed::unreadable:
+        return AVIERR_FILEREAD;
+    case AviFile::Parsed::not_riff:
+        return AVIERR_BADFORMAT;
+    case AviFile::Parsed::whole:
+        break;
+    }
+    const AviTrack* const video = file.first_video();
+    return !video || picture_is_believable(file, *video) ? AVIERR_OK : AVIERR_BADFORMAT;
 }
 
 int release(IAVIFile* file) {
@@ -101,8 +114,8 @@ int AVIFileOpenA(PAVIFILE* file, const char* path, unsigned mode, const void*) {
             opened->writer = std::make_unique<AviWriter>(std::move(stream));
         } else {
             opened->reader = std::make_unique<AviFile>(std::move(stream));
-            if (!opened->reader->parse() || !picture_is_believable(*opened->reader))
-                return AVIERR_BADFORMAT;
+            if (const int failure = parse(*opened->reader))
+                return failure;
         }
         *file = opened.release();
         return AVIERR_OK;
@@ -138,8 +151,9 @@ int AVIFileInfoA(PAVIFILE file, AVIFILEINFOA* info, int size) {
         record.dwLength = static_cast<std::uint32_t>(file->writer->frame_count());
         const std::vector<unsigned char>& format = file->writer->format();
         if (!format.empty()) {
-            record.dwWidth = get32(format.data() + 4);
-            record.dwHeight = get32(format.data() + 8);
+            const BitmapFormat picture(format.data());
+            record.dwWidth = static_cast<std::uint32_t>(picture.width);
+            record.dwHeight = static_cast<std::uint32_t>(picture.height);
         }
     }
     fill(info, record, size);
@@ -165,7 +179,7 @@ int AVIFileGetStream(PAVIFILE file, PAVISTREAM* stream, std::uint32_t type, int 
             info.dwRate = track.rate;
             info.dwStart = track.start;
             info.dwLength = frame_count(track);
-            if (track.type == streamtypeVIDEO && track.format.size() >= 40) {
+            if (has_format(track)) {
                 const BitmapFormat format(track.format.data());
                 info.rcFrame.right = static_cast<std::int32_t>(format.width);
                 info.rcFrame.bottom = static_cast<std::int32_t>(format.height);
@@ -247,13 +261,13 @@ PGETFRAME AVIStreamGetFrameOpen(PAVISTREAM stream, const void* wanted) {
         return nullptr;
     const AviFile& file = *stream->file->reader;
     const AviTrack& track = file.tracks()[stream->track];
-    if (track.type != streamtypeVIDEO || track.format.size() < 40)
+    if (!picture_is_believable(file, track))
         return nullptr;
     if (wanted) {
         const BitmapFormat format(track.format.data());
         const BitmapFormat asked(static_cast<const unsigned char*>(wanted));
         if (asked.width != format.width || asked.height != format.height || asked.is_top_down ||
-            asked.bit_count != 24 || asked.compression != 0)
+            asked.bit_count != 24 || asked.compression != BitmapFormat::uncompressed)
             return nullptr;
     }
     PGETFRAME reader = nullptr;

@@ -1,10 +1,12 @@
 // AVI files: the calls of the Video for Windows file interface that movies are read and written
 // with, on RIFF files.
 //
-// Read: uncompressed frames of 8 (with their palette), 16, 24 and 32 bits, from the bottom row or
-// from the top row on, and frames in 8-bit run lengths (RLE8), with or without an index, in files
-// of any length. Written: any uncompressed format, with both kinds of index (idx1, and that of the
-// "OpenDML AVI File Format Extensions", 1996, by which files grow beyond 4 GB).
+// Read: uncompressed frames of 8 (with their palette and its changes), 16, 24 and 32 bits, from the
+// bottom row or from the top row on, 8-bit gray levels (Y800), and 8-bit run lengths (RLE8), with
+// or without an index, in files of any length. A frame of no bytes shows the one before it; one
+// that the end of the file cuts off isn't there. Written: any uncompressed format, with both kinds
+// of index (idx1, and that of the "OpenDML AVI File Format Extensions", 1996, by which files grow
+// beyond 4 GB).
 //
 // A handle belongs to whoever got it and is given back once. Calls on one file must not run at the
 // same time. Results are 0 or one of the errors below; nothing here shows a message.
@@ -28,6 +30,7 @@ constexpr int AVIERR_MEMORY = static_cast<int>(0x80044067);
 constexpr int AVIERR_BADPARAM = static_cast<int>(0x8004406A);
 constexpr int AVIERR_BADSIZE = static_cast<int>(0x8004406B);
 constexpr int AVIERR_BADHANDLE = static_cast<int>(0x8004406C);
+constexpr int AVIERR_FILEREAD = static_cast<int>(0x8004406D);
 constexpr int AVIERR_FILEWRITE = static_cast<int>(0x8004406E);
 constexpr int AVIERR_FILEOPEN = static_cast<int>(0x8004406F);
 constexpr int AVIERR_READONLY = static_cast<int>(0x80044072);
@@ -81,7 +84,8 @@ VORLANE_API void AVIFileInit();
 
 // Opens a file: mode 0 reads, 0x1002 makes it, or empties it if it exists, and writes. `handler` is
 // ignored. On success *file is set, else it stays. A file is refused that is no RIFF file, or
-// whose first video stream promises a picture that its length can't hold.
+// whose first video stream promises a picture that its length can't hold. AVIERR_FILEREAD if the
+// system can't read it.
 VORLANE_API int AVIFileOpenA(PAVIFILE* file, const char* path, unsigned mode, const void* handler);
 
 // Gives the file back. The last of a file and its streams to be given back finishes a written file

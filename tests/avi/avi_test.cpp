@@ -120,6 +120,13 @@ TEST(AviReading, GivesUncompressedFramesOfEveryDepth) {
               indexed({"012", "201"}));
     EXPECT_EQ(Reading(open(-2, 8, "\0\1\2\0\2\3\1\0"s, three_colours)).pixels(0),
               indexed({"201", "012"}));
+    // Gray levels, the top row first, whatever the height says.
+    EXPECT_EQ(
+        Reading(folder.write("f.avi",
+                             avi::file(3, 2, avi::stream("vids", avi::format(3, 2, 8, 0x30303859)),
+                                       avi::chunk("00dc", "abcdef"))))
+            .pixels(0),
+        "dddeeefff\0\0\0aaabbbccc\0\0\0"s);
     // 5 bits each: red 31, green 1, blue 16; the top bit doesn't count.
     const std::string pixel = avi::little16(31 << 10 | 1 << 5 | 16 | 1 << 15);
     EXPECT_EQ(Reading(open(2, 16, pixel + std::string(14, '\0'), "")).pixels(0).substr(0, 3),
@@ -186,6 +193,52 @@ TEST(AviReading, FindsItsFramesAmongOtherChunks) {
     EXPECT_EQ(info.dwStreams, 2u);
 }
 
+// A chunk of no bytes shows the frame before it, and the first one where there is none before.
+TEST(AviReading, ShowsEmptyFramesAsTheOneBefore) {
+    const ScratchFolder folder;
+    const std::string a(8, 'a');
+    const std::string b(8, 'b');
+    const auto open = [&](std::initializer_list<std::string> frames) {
+        std::string chunks;
+        for (const std::string& frame : frames)
+            chunks += avi::chunk("00dc", frame) + avi::chunk("01wb", "sound");
+        return folder.write("f.avi",
+                            avi::file(2, 1, avi::stream("vids", avi::format(2, 1, 24)), chunks));
+    };
+    const Reading movie(open({"", "", a, "", b, ""}));
+    ASSERT_EQ(movie.count(), 6);
+    for (const int number : {5, 4, 3, 2, 1, 0, 5})
+        EXPECT_EQ(movie.pixels(number), number < 4 ? a : b) << number;
+    EXPECT_EQ(Reading(open({"", ""})).pixels(1), "none");
+}
+
+// Also upon each other, partly, and going back.
+TEST(AviReading, ChangesThePaletteAtItsPlace) {
+    using std::string_literals::operator""s;
+    const ScratchFolder folder;
+    const std::string frame = avi::chunk("00db", "\0\1\2\0"s);
+    const std::string runs = avi::chunk("00dc", "\0\3\0\1\2\0\0\1"s);
+    for (const bool is_run_length : {false, true}) {
+        const std::string& picture = is_run_length ? runs : frame;
+        const std::string path = folder.write(
+            "f.avi",
+            avi::file(3, 1, avi::stream("vids", avi::format(3, 1, 8, is_run_length, three_colours)),
+                      picture + avi::chunk("00pc", "\1\1\0\0rgb\0"s) + picture + picture +
+                          avi::chunk("00pc", "\2\0\0\0RGB\0"s) +  // fewer than it states
+                          avi::chunk("00pc", "\0\1\0\0xyz\0w"s) + // more
+                          avi::chunk("00pc", "\0\1\0"s) + picture));
+        const Reading movie(path);
+        const std::string start = indexed({"012"});
+        const std::string middle = start.substr(0, 3) + "bgr" + start.substr(6);
+        const std::string end = "zyxbgrBGR" + start.substr(9);
+        for (const int number : {0, 1, 2, 3, 2, 0, 3, 1})
+            EXPECT_EQ(movie.pixels(number), number == 0  ? start
+                                            : number < 3 ? middle
+                                                         : end)
+                << number << is_run_length;
+    }
+}
+
 // Whatever the length at which a file is cut, what is whole is read and the rest isn't.
 TEST(AviReading, SurvivesEveryTruncation) {
     const ScratchFolder folder;
@@ -199,6 +252,7 @@ TEST(AviReading, SurvivesEveryTruncation) {
         EXPECT_TRUE(length >= 12 || movie.result == AVIERR_BADFORMAT) << length;
         if (!movie.stream)
             continue;
+        EXPECT_EQ(movie.count(), length == whole.size() ? 2 : length >= first_end ? 1 : 0);
         EXPECT_EQ(movie.pixels(0) == frame, length >= first_end) << length;
         EXPECT_EQ(movie.pixels(1) == frame, length == whole.size()) << length;
     }
@@ -229,6 +283,25 @@ TEST(AviReading, RefusesWhatItCantDecode) {
     EXPECT_EQ(result_of(picture_of(2000000000, 2000000000)), AVIERR_BADFORMAT);
     EXPECT_EQ(result_of(picture_of(-4, 4)), AVIERR_BADFORMAT);
     EXPECT_EQ(result_of(picture_of(4, static_cast<int>(0x80000000))), AVIERR_BADFORMAT);
+    if (std::ifstream("/proc/self/mem")) { // opens, and then can't be read
+        EXPECT_EQ(Reading("/proc/self/mem").result, AVIERR_FILEREAD);
+    }
+    // A second stream is believed no more than the first.
+    const std::string small = avi::stream("vids", avi::format(1, 1, 24));
+    const std::string bomb = avi::stream("vids", avi::format(60000, 60000, 24));
+    const Reading movie(folder.write("f.avi", avi::file(1, 1, small + bomb, "")));
+    PAVISTREAM second = nullptr;
+    ASSERT_EQ(AVIFileGetStream(movie.file, &second, streamtypeVIDEO, 1), AVIERR_OK);
+    EXPECT_EQ(AVIStreamGetFrameOpen(second, nullptr), nullptr);
+    AVIStreamRelease(second);
+    // Nothing to see: no byte of a picture is touched.
+    for (const int compression : {0, 1}) {
+        const Reading empty(folder.write(
+            "f.avi", avi::file(0, 4, avi::stream("vids", avi::format(0, 4, 8, compression)),
+                               avi::chunk("00dc", "\5\1") + avi::chunk("00dc", ""))));
+        EXPECT_EQ(empty.pixels(0), "");
+        EXPECT_EQ(empty.pixels(1), "");
+    }
     EXPECT_EQ(Reading(folder.path("missing")).result, AVIERR_FILEOPEN);
     EXPECT_EQ(Reading(folder.path()).result, AVIERR_FILEOPEN);
 }
@@ -343,8 +416,8 @@ TEST(AviWriting, MakesFilesWithWholeIndices) {
 
 TEST(AviWriting, GoesThroughTheCallsAndTellsFailures) {
     const ScratchFolder folder;
-    const std::string format = avi::format(2, 2, 24);
-    const std::string frame = random_bytes(16, 5);
+    std::string format = avi::format(2, 2, 24);
+    const std::string frame("abcdef\0\0ghijkl\0\0", 16);
     AVISTREAMINFOA info = {};
     info.fccType = streamtypeVIDEO;
     info.dwScale = 1;
@@ -356,6 +429,9 @@ TEST(AviWriting, GoesThroughTheCallsAndTellsFailures) {
             return result;
         AVIFileCreateStreamA(file, &stream, &info);
         EXPECT_EQ(AVIStreamSetFormat(stream, 0, format.data(), 40), AVIERR_OK);
+        AVIFILEINFOA told;
+        AVIFileInfoA(file, &told, sizeof told);
+        EXPECT_EQ(told.dwHeight, 2u);
         for (int k = 0; k < frames; ++k)
             AVIStreamWrite(stream, k, 1, pixels.data(), static_cast<std::int64_t>(pixels.size()),
                            16, nullptr, nullptr);
@@ -369,6 +445,16 @@ TEST(AviWriting, GoesThroughTheCallsAndTellsFailures) {
     EXPECT_EQ(write(folder.path("f.avi"), 0, frame), AVIERR_OK);
     EXPECT_EQ(Reading(folder.path("f.avi")).count(), 0);
     EXPECT_EQ(write(folder.path("no/f.avi"), 0, frame), AVIERR_FILEOPEN);
+    // The top row first: sizes are told and written as they are, and rows come turned over.
+    format = avi::format(2, -2, 24);
+    EXPECT_EQ(write(folder.path("f.avi"), 1, frame), AVIERR_OK);
+    EXPECT_EQ(Reading(folder.path("f.avi")).pixels(0), frame.substr(8) + frame.substr(0, 8));
+    const std::string bytes = folder.read("f.avi");
+    const std::size_t avih = bytes.find("avih") + 8;
+    EXPECT_EQ(number_at<std::uint32_t>(bytes, avih + 36), 2u);
+    const std::size_t strf = bytes.find("strf") + 8;
+    EXPECT_EQ(number_at<std::int32_t>(bytes, strf + 8), -2);
+    EXPECT_EQ(number_at<std::uint32_t>(bytes, strf + 20), 16u);
     if (std::ifstream("/dev/full")) {
         EXPECT_EQ(write("/dev/full", 1, frame), AVIERR_FILEWRITE);
         EXPECT_EQ(write("/dev/full", 0, frame), AVIERR_FILEWRITE);
