@@ -45,6 +45,22 @@ TEST(Plane, SizesWithoutAPlane) {
     free_2D_float_array(nullptr);
 }
 
+// A view reads and writes where the samples stand, forwards and backwards, and leaves them behind.
+TEST(Plane, ViewsStandOnOtherMemory) {
+    std::vector<float> samples = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11};
+    {
+        const PlaneHandle view(make_2D_float_view(samples.data() + 9, 4, 2, -3));
+        ASSERT_TRUE(plane_holds(view.get(), 4, 2));
+        EXPECT_FALSE(plane_holds(view.get(), 4, 3));
+        EXPECT_EQ(view.get()[0][1], 10.0f);
+        EXPECT_EQ(view.get()[3][1], 1.0f);
+        view.get()[3][0] = 20.0f;
+    }
+    EXPECT_EQ(samples[0], 20.0f);
+    EXPECT_EQ(make_2D_float_view(samples.data(), -1, 2, 2), nullptr);
+    EXPECT_EQ(make_2D_float_view(samples.data(), 2, -1, 2), nullptr);
+}
+
 // Blocks are shared, planes are not; they may go in any order.
 TEST(Plane, StackHandsOutPlanesOfTheirOwn) {
     constexpr int rows = 300, cols = 7000,

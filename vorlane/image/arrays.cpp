@@ -151,6 +151,18 @@ float** PlaneStack::next() {
     return plane;
 }
 
+float** make_row_table(std::int64_t rows, std::int64_t cols) {
+    const std::size_t size = bytes_of_plane(rows, 0);
+    PlaneBlock* const block =
+        size == 0 ? nullptr : make_block(sizeof(PlaneBlock) + size, Fill::none);
+    if (!block)
+        return nullptr;
+    float** const plane =
+        place_plane(block, reinterpret_cast<unsigned char*>(block + 1), rows, cols);
+    release(block);
+    return plane;
+}
+
 std::int64_t plane_rows(const float* const* plane) {
     return header_of(plane)->rows;
 }
@@ -167,6 +179,13 @@ bool plane_holds(const float* const* plane, std::int64_t rows, std::int64_t cols
 
 float** make_2D_float_array(int rows, int cols) {
     return vorlane::make_plane(rows, cols);
+}
+
+float** make_2D_float_view(float* samples, int rows, int cols, std::ptrdiff_t pitch) {
+    float** const plane = cols < 0 ? nullptr : vorlane::make_row_table(rows, cols);
+    for (int r = 0; plane && r < rows; ++r)
+        plane[r] = samples + r * pitch;
+    return plane;
 }
 
 void free_2D_float_array(float** plane) {

@@ -1,10 +1,12 @@
 // Planes and arrays of samples, and the digital line.
 //
 // A float plane is a table of row pointers: plane[r][c] is the sample of row r and column c, both
-// from 0. One block of memory holds table and samples. Every row starts at a multiple of 64 bytes;
-// rows need not follow each other without a gap, so go through the row pointers. Whoever makes an
+// from 0. One block of memory holds table and samples, but for a view, whose samples a host keeps
+// elsewhere. Rows need not follow each other without a gap, so go through the row pointers. Whoever makes an
 // array releases it with the matching `free_` function, or hands it to an object that does.
 #pragma once
+
+#include <cstddef>
 
 #include <vorlane/platform/export.h>
 
@@ -13,7 +15,12 @@
 // they are written to.
 VORLANE_API float** make_2D_float_array(int rows, int cols);
 
-// Releases a plane whole. Null is ignored.
+// A plane of rows x cols samples that lie in memory of the caller's: row r starts at
+// samples + r * pitch, a pitch in floats that may be negative. Nothing is copied; the samples stay
+// the caller's and outlive the plane. Null as above.
+VORLANE_API float** make_2D_float_view(float* samples, int rows, int cols, std::ptrdiff_t pitch);
+
+// Releases a plane whole, of a view only the row pointers. Null is ignored.
 VORLANE_API void free_2D_float_array(float** plane);
 
 // n floats; their values are open, write them before you read them. Null if n is negative or memory

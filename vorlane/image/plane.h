@@ -17,6 +17,9 @@ enum class Fill {
 // As make_2D_float_array, with sizes in 64 bits: a colour plane has 3 * cols columns.
 float** make_plane(std::int64_t rows, std::int64_t cols, Fill fill = Fill::zeros);
 
+// A plane's row pointers alone, whatever they point to; null if there is no memory.
+float** make_row_table(std::int64_t rows, std::int64_t cols);
+
 struct PlaneBlock;
 
 // Hands out up to `count` planes of one size that share large blocks of memory: the slices of a
