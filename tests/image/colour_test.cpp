@@ -135,9 +135,8 @@ Colour luv_plainly(const float* rgb) {
     const double yn = Y * 3.9215686e-07f;
     double L = static_cast<float>(yn * 903.3f);
     if (yn > 0.008856) {
-        const auto root = static_cast<float>(
-            std::pow(static_cast<int>(yn * 255.0f + 0.5) * double{0.003921569f}, 0.333333));
-        L = static_cast<float>(116.0 * double{root} - 16.0);
+        const int n = static_cast<int>(yn * 255.0f + 0.5);
+        L = static_cast<float>(116.0 * std::pow(n * double{0.003921569f}, 0.333333) - 16.0);
     }
     const double d = (Z * 3.0 + Y * 15.0) + X;
     const double u_chroma = d == 0.0 ? 4.0f : static_cast<float>(X * 4.0 / d);

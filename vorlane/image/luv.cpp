@@ -24,13 +24,9 @@ double Z_of(double r, double g, double b) {
     return 193.0 * r + 1192.0 * g + 9502.0 * b;
 }
 
-// The cube root, as nearly as the exponent has it, of the quantised level n from 0 to 255.
-double root_of_level(int n) {
-    return std::pow(n * level_step, 0.333333);
-}
-
-double lightness_of_root(double root) {
-    return 116.0 * root - 16.0;
+// Of the quantised level n from 0 to 255, with the cube root as nearly as the exponent has it.
+double lightness_of_level(int n) {
+    return 116.0 * std::pow(n * level_step, 0.333333) - 16.0;
 }
 
 // The level of a luminance from 0 to 1; others are brought to the nearest end.
@@ -60,10 +56,8 @@ CImage* CImage::RGB_to_LUV() const {
     if (!luv)
         return nullptr;
     float lightness[256];
-    for (int i = 0; i < 256; ++i) {
-        const double root = static_cast<float>(root_of_level(i));
-        lightness[i] = static_cast<float>(lightness_of_root(root));
-    }
+    for (int i = 0; i < 256; ++i)
+        lightness[i] = static_cast<float>(lightness_of_level(i));
     const LuvKernels& kernels = pick_luv_kernels();
     for (int i = 0; i < nrows; ++i)
         kernels.to_luv(pixels[i], luv->pixels[i], static_cast<std::size_t>(ncols), lightness);
@@ -75,14 +69,13 @@ void RGB_to_LUV(float r, float g, float b, float* l, float* u, float* v) {
     const double Y = static_cast<float>(Y_of(r, g, b));
     const double Z = static_cast<float>(Z_of(r, g, b));
     const double yn = Y * luminance_scale;
-    const double L =
-        yn > linear_threshold ? lightness_of_root(root_of_level(level_of(yn))) : yn * linear_slope;
+    const double L = yn > linear_threshold ? lightness_of_level(level_of(yn)) : yn * linear_slope;
     const double d = (Z * 3.0 + Y * 15.0) + X;
     const double d_float = static_cast<float>(d);
     const double u_chroma = d == 0.0 ? black_u : X * 4.0 / d_float;
     const double v_chroma = d == 0.0 ? black_v : static_cast<float>(Y * 9.0 / d_float);
     const double u_value = static_cast<float>((u_chroma - white_u) * L * chroma_scale);
-    const double v_value = (v_chroma - white_v) * L * chroma_scale;
+    const double v_value = static_cast<float>((v_chroma - white_v) * L * chroma_scale);
     *l = round_half_away(L);
     *u = round_half_away(u_value);
     *v = round_half_away(v_value);
