@@ -157,7 +157,8 @@ public:
     CImage* Chamfer() const;
 
     // Adds Gaussian noise of a standard deviation of `sigma`, not clamped; pixel_format 6. The
-    // clock in seconds is the seed. Null for a colour image. Source: G. Box and M. Muller, "A note
+    // standard generator (rand) draws it, seeded at each call, also on a colour image, with the
+    // clock in seconds: calls within a second give the same noise. Null for a colour image. Source: G. Box and M. Muller, "A note
     // on the generation of random normal deviates", 1958.
     CImage* GNoise(float sigma) const;
 
