@@ -84,12 +84,14 @@ TEST(Histogram, ABinForEachWholeLevel) {
 
 TEST(Histogram, LevelsWithoutABinAreLeftOut) {
     const auto image = row_of(
-        {-1.0f, -7.0f, std::nanf(""), infinity, -infinity, 16777218.0f, 1e30f, -0.99999994f, 2.0f});
+        {-1.0f, -7.0f, std::nanf(""), infinity, -infinity, 2147483648.0f, 1e30f, -0.99999994f, 2.0f});
     const CHistogram h(image.get(), 0);
     EXPECT_EQ(counts_of(h), (std::vector<int>{1, 0, 1}));
-    const CHistogram highest(row_of({16777216.0f}).get(), 0);
-    ASSERT_EQ(highest.nbins, 16777217);
-    EXPECT_EQ(highest.bins[16777216], 1);
+    const CHistogram high(row_of({0.0f, 16777218.0f, 0.0f, 16777218.0f, 0.0f}).get(), 1);
+    ASSERT_EQ(high.nbins, 16777219);
+    EXPECT_EQ(high.bins[16777218], 2);
+    EXPECT_EQ(high.bins[0], 0);
+    EXPECT_EQ(high.peak, 2);
 }
 
 TEST(Histogram, WithoutACountedPixel) {

@@ -17,10 +17,6 @@ namespace {
 
 using namespace vorlane;
 
-int as_count(std::int64_t count) {
-    return static_cast<int>(std::min<std::int64_t>(count, std::numeric_limits<int>::max()));
-}
-
 int as_whole_number(float value) {
     constexpr double least = std::numeric_limits<int>::min();
     constexpr double most = std::numeric_limits<int>::max();
@@ -30,21 +26,17 @@ int as_whole_number(float value) {
 
 // Bins, and the largest of them. Without memory, or without a mask that holds the image, the
 // histogram is left as an empty one.
-void count_levels(const CImage* image, const float* const* mask, bool drop_zero, CHistogram& h) {
+void count(const CImage* image, const float* const* mask, bool drop_zero, CHistogram& h) {
     const int top = image ? highest_level(*image, mask) : no_level;
     IntArray bins(make_1D_int_array(top + 1));
     if (!bins)
         return;
     if (top >= 0) {
         try {
-            const std::vector<std::int64_t> counts = count_of_levels(*image, mask, top);
-            std::transform(counts.begin(), counts.end(), bins.get(), as_count);
+            h.peak = count_levels(*image, mask, top, drop_zero, bins.get());
         } catch (const std::bad_alloc&) {
             return;
         }
-        if (drop_zero)
-            bins.get()[0] = 0;
-        h.peak = std::max(0, *std::max_element(bins.get(), bins.get() + top + 1));
     }
     h.nbins = top + 1;
     h.bins = bins.release();
@@ -67,13 +59,13 @@ CRuntimeClass* CHistogram::GetRuntimeClass() const {
 CHistogram::CHistogram() : nbins(0), peak(0), bins(nullptr), params(nullptr), nparams(0) {}
 
 CHistogram::CHistogram(const CImage* image, int drop_zero) : CHistogram() {
-    count_levels(image, nullptr, drop_zero != 0, *this);
+    count(image, nullptr, drop_zero != 0, *this);
 }
 
 CHistogram::CHistogram(const CImage* image, const CImage* mask) : CHistogram() {
     const bool is_usable =
         !mask || (image && plane_holds(mask->pixels, image->nrows, image->ncols));
-    count_levels(is_usable ? image : nullptr, mask ? mask->pixels : nullptr, false, *this);
+    count(is_usable ? image : nullptr, mask ? mask->pixels : nullptr, false, *this);
 }
 
 CHistogram::~CHistogram() {

@@ -5,8 +5,8 @@
 // assigns them. A histogram owns its two arrays and releases them in its destructor: an array that
 // a host puts into one comes from make_1D_int_array or make_1D_float_array.
 //
-// Gray levels that have no bin are left out: those at or below -1, those above 2^24, and
-// not-a-numbers. The gray level of a colour pixel is the one that MakeGray gives it.
+// Gray levels that have no bin are left out: those at or below -1, those from 2^31 on, and
+// not-a-numbers. Bins that no pixel has take memory only where the system hands it out early. The gray level of a colour pixel is the one that MakeGray gives it.
 #pragma once
 
 #include <vorlane/image/image.h>

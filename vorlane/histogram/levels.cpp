@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
+#include <limits>
+#include <vector>
 
 #include <vorlane/image/colour_weights.h>
 #include <vorlane/image/image_parts.h>
@@ -10,13 +13,14 @@ namespace vorlane {
 
 namespace {
 
-constexpr float largest_level = 16777216.0f; // 2^24: a bin for each fits in memory
-constexpr int block = 1024;                  // pixels that are looked at together
+constexpr float too_high = 2147483648.0f; // 2^31: no int counts so many bins
+constexpr int block = 1024;               // pixels that are looked at together
+constexpr int small_tables = 4096;        // levels of which several tables are worth their memory
 
 // Written so that compilers turn it into vector code.
 void truncate_levels(const float* gray, int n, int* levels) {
     for (int k = 0; k < n; ++k) {
-        const bool has_bin = gray[k] > -1.0f && gray[k] <= largest_level;
+        const bool has_bin = gray[k] > -1.0f && gray[k] < too_high;
         const float value = has_bin ? gray[k] : float{no_level};
         levels[k] = static_cast<int>(value);
     }
@@ -52,6 +56,30 @@ void for_each_block(const CImage& image, const float* const* mask, Use use) {
     }
 }
 
+// Neighbouring pixels go to different tables, since equal levels in a row would wait for each other.
+// In front of level 0 stand the pixels without a level.
+void count_in_tables(const CImage& image, const float* const* mask, int top, int* bins) {
+    const std::size_t size = static_cast<std::size_t>(top) + 2;
+    std::vector<std::int64_t> counts(4 * size);
+    std::int64_t* const first = counts.data() + 1;
+    for_each_block(image, mask, [first, size](const int* levels, int n) {
+        int k = 0;
+        for (; k + 4 <= n; k += 4) {
+            ++first[levels[k]];
+            ++(first + size)[levels[k + 1]];
+            ++(first + 2 * size)[levels[k + 2]];
+            ++(first + 3 * size)[levels[k + 3]];
+        }
+        for (; k < n; ++k)
+            ++first[levels[k]];
+    });
+    for (std::size_t i = 0; i + 1 < size; ++i) {
+        const std::int64_t count =
+            first[i] + first[i + size] + first[i + 2 * size] + first[i + 3 * size];
+        bins[i] = static_cast<int>(std::min<std::int64_t>(count, std::numeric_limits<int>::max()));
+    }
+}
+
 } // namespace
 
 int highest_level(const CImage& image, const float* const* mask) {
@@ -63,31 +91,26 @@ int highest_level(const CImage& image, const float* const* mask) {
     return highest;
 }
 
-std::vector<std::int64_t> count_of_levels(const CImage& image, const float* const* mask, int top) {
-    // Neighbouring pixels go to different tables, since equal levels in a row would wait for each
-    // other; large tables gain nothing by it. In front of level 0 stand the pixels without a level.
-    const std::size_t size = static_cast<std::size_t>(top) + 2;
-    const std::size_t tables = size <= 4096 ? 4 : 1;
-    std::vector<std::int64_t> counts(tables * size);
-    std::int64_t* const first = counts.data() + 1;
-    const std::size_t next = tables == 4 ? size : 0;
-    for_each_block(image, mask, [first, next](const int* levels, int n) {
-        int k = 0;
-        for (; k + 4 <= n; k += 4) {
-            ++first[levels[k]];
-            ++(first + next)[levels[k + 1]];
-            ++(first + 2 * next)[levels[k + 2]];
-            ++(first + 3 * next)[levels[k + 3]];
-        }
-        for (; k < n; ++k)
-            ++first[levels[k]];
+int count_levels(const CImage& image, const float* const* mask, int top, bool drop_zero,
+                 int* bins) {
+    if (top < small_tables)
+        count_in_tables(image, mask, top, bins);
+    else
+        for_each_block(image, mask, [bins](const int* levels, int n) {
+            for (int k = 0; k < n; ++k) {
+                if (levels[k] != no_level && bins[levels[k]] < std::numeric_limits<int>::max())
+                    ++bins[levels[k]];
+            }
+        });
+    if (drop_zero)
+        bins[0] = 0;
+    // Few pixels have one of many levels: only their bins are looked at, and take memory.
+    int peak = 0;
+    for_each_block(image, mask, [bins, &peak](const int* levels, int n) {
+        for (int k = 0; k < n; ++k)
+            peak = levels[k] != no_level ? std::max(peak, bins[levels[k]]) : peak;
     });
-    for (std::size_t t = 1; t < tables; ++t)
-        for (std::size_t k = 0; k < size; ++k)
-            counts[k] += counts[t * size + k];
-    counts.resize(size);
-    counts.erase(counts.begin());
-    return counts;
+    return peak;
 }
 
 } // namespace vorlane
