@@ -55,7 +55,21 @@ void replace(float**& plane, PlaneHandle& by) {
     free_2D_float_array(std::exchange(plane, by.release()));
 }
 
+void print_scale(int scale, float sigma, void*) {
+    std::printf("Current scale: k=%d sigma=%f\n", scale, static_cast<double>(sigma));
+}
+
+struct Listener {
+    RidgeProgress progress = print_scale;
+    void* context = nullptr;
+};
+thread_local Listener listener;
+
 } // namespace
+
+void SetRidgeProgress(RidgeProgress progress, void* context) {
+    listener = progress ? Listener{progress, context} : Listener{};
+}
 
 float bilinear_int(const float* const* grad_row, const float* const* grad_col, int row, int col,
                    float distance, float angle) {
@@ -83,7 +97,7 @@ void CImage::ridges(float sigma_min, float sigma_max, int n_scales, int bright, 
                              mag.get(),   dir.get(), scale.get()};
     for (int k = 0; k < n_scales; ++k) {
         const float sigma = scales.at(k);
-        std::printf("Current scale: k=%d sigma=%f\n", k, static_cast<double>(sigma));
+        listener.progress(k, sigma, listener.context);
         const std::unique_ptr<CImage> smooth(smooth_image(sigma));
         if (!smooth)
             return;

@@ -1,5 +1,5 @@
-// Directional derivatives between pixels, for CImage::ridges and for hosts that look at ridges
-// themselves.
+// What belongs to CImage::ridges: who hears of its progress, and directional derivatives between
+// pixels for hosts that look at ridges themselves.
 #pragma once
 
 #include <vorlane/platform/export.h>
@@ -15,3 +15,10 @@
 // pixels away, or more than 2^30, gives a not-a-number.
 VORLANE_API float bilinear_int(const float* const* grad_row, const float* const* grad_col, int row,
                                int col, float distance, float angle);
+
+// Hears of each scale that CImage::ridges begins, with its number from 0 and its sigma.
+using RidgeProgress = void (*)(int scale, float sigma, void* context);
+
+// Sets who hears of the scales that this thread searches, in place of the line on the standard
+// output; null restores that line. What the function throws ends the search and passes through.
+VORLANE_API void SetRidgeProgress(RidgeProgress progress, void* context);
