@@ -1,0 +1,233 @@
+// Smoothing and slopes with a gain of one.
+#include "host/natural.h"
+
+#include <cmath>
+
+#include "host/line_filters.h"
+#include "host/natural_parts.h"
+
+namespace vorlane::host {
+
+namespace {
+
+std::vector<double> reciprocals(std::vector<double> line) {
+    for (double& value : line)
+        value = 1.0 / value;
+    return line;
+}
+
+// image[i][j] *= by_row[i] * by_col[j], `channels` samples a pixel.
+void multiply(CImage& image, const std::vector<double>& by_row, const std::vector<double>& by_col) {
+    for (std::size_t i = 0; i < by_row.size(); ++i) {
+        float* const row = image.pixels[i];
+        for (std::size_t j = 0; j < by_col.size(); ++j)
+            row[j] = static_cast<float>(row[j] * (by_row[i] * by_col[j]));
+    }
+}
+
+ImagePtr copy_of(const CImage& image) {
+    ImagePtr copy = make_image(image.nrows, image.ncols, image.image_type);
+    for (int i = 0; i < image.nrows; ++i)
+        std::copy_n(image.pixels[i], count_of(image.ncols) * channels_of(image), copy->pixels[i]);
+    return copy;
+}
+
+auto rows_of(CImage& image) {
+    return [&image](std::size_t i) { return image.pixels[i]; };
+}
+
+enum class Pass { smooth, slope_x, slope_y };
+
+// The library's operator, or its like in double precision; with the gain of the filters, and
+// without the library's factor of a derivative.
+struct Filtered {
+    ImagePtr image;
+    double factor; // is still to be applied
+};
+
+Filtered filtered_plane(const CImage& gray, double sigma, const GaussianFilters& filters,
+                        Pass pass) {
+    if (sigma <= largest_sigma_in_floats) {
+        constexpr double derivative_factor = 2.0; // the library halves its derivatives
+        const auto s = static_cast<float>(sigma);
+        CImage* const result = pass == Pass::smooth    ? gray.smooth_image(s)
+                               : pass == Pass::slope_x ? gray.first_derivative_x(s)
+                                                       : gray.first_derivative_y(s);
+        ImagePtr image = checked(result, "there is no memory for the filtered image");
+        image->pixel_format = PixelFormat::float32;
+        image->file_format = FileFormat::none;
+        return {std::move(image), pass == Pass::smooth ? 1.0 : derivative_factor};
+    }
+    ImagePtr image = copy_of(gray);
+    const std::size_t rows = count_of(gray.nrows), cols = count_of(gray.ncols);
+    filter_rows(pass == Pass::slope_x ? filters.derivative : filters.smoothing, rows_of(*image),
+                rows, cols, 1);
+    filter_columns(pass == Pass::slope_y ? filters.derivative : filters.smoothing, rows_of(*image),
+                   rows, cols);
+    return {std::move(image), 1.0};
+}
+
+ImagePtr smooth_plane(const CImage& gray, double sigma, const GaussianFilters& filters,
+                      const std::vector<double>& by_row, const std::vector<double>& by_col) {
+    ImagePtr image = filtered_plane(gray, sigma, filters, Pass::smooth).image;
+    multiply(*image, by_row, by_col);
+    return image;
+}
+
+// D being the derivative along a line of samples x, S its smoothing and d, s what these make of
+// ones: D - d S / s is 0 on an even line and proportional to the slope on a ramp.
+void correct_slope(CImage& raw, const CImage& smooth, double factor,
+                   const std::vector<double>& gain_across, const LineProfile& along, bool is_x) {
+    for (int i = 0; i < raw.nrows; ++i) {
+        float* const row = raw.pixels[i];
+        const float* const level = smooth.pixels[i];
+        for (std::size_t j = 0; j < count_of(raw.ncols); ++j) {
+            const std::size_t a = is_x ? j : count_of(i);
+            const std::size_t c = is_x ? count_of(i) : j;
+            row[j] = static_cast<float>(
+                (row[j] * (factor / gain_across[c]) - level[j] * along.residue[a]) /
+                along.slope[a]);
+        }
+    }
+}
+
+} // namespace
+
+Derivatives derivatives_of(const CImage& gray, double sigma, bool wants_x, bool wants_y) {
+    const GaussianFilters filters(sigma);
+    const LineProfile rows(filters, sigma, count_of(gray.nrows));
+    const LineProfile cols(filters, sigma, count_of(gray.ncols));
+    const ImagePtr smooth =
+        smooth_plane(gray, sigma, filters, reciprocals(rows.gain), reciprocals(cols.gain));
+    Derivatives result;
+    if (wants_x) {
+        Filtered raw = filtered_plane(gray, sigma, filters, Pass::slope_x);
+        correct_slope(*raw.image, *smooth, raw.factor, rows.gain, cols, true);
+        result.x = std::move(raw.image);
+    }
+    if (wants_y) {
+        Filtered raw = filtered_plane(gray, sigma, filters, Pass::slope_y);
+        correct_slope(*raw.image, *smooth, raw.factor, cols.gain, rows, false);
+        result.y = std::move(raw.image);
+    }
+    return result;
+}
+
+namespace {
+
+// Applies `plane` to each channel of an image.
+template<class Plane>
+ImagePtr by_channel(const CImage& image, Plane plane) {
+    if (image.image_type == ImageType::gray)
+        return plane(image);
+    ImagePtr result = make_image(image.nrows, image.ncols, image.image_type);
+    for (std::size_t c = 0; c < 3; ++c) {
+        const ImagePtr part = plane(*channel_of(image, c));
+        for (int i = 0; i < image.nrows; ++i) {
+            for (std::size_t j = 0; j < count_of(image.ncols); ++j)
+                result->pixels[i][3 * j + c] = part->pixels[i][j];
+        }
+    }
+    return result;
+}
+
+} // namespace
+
+ImagePtr smooth(const CImage& image, double sigma) {
+    check_image(image);
+    check_sigma(sigma);
+    const GaussianFilters filters(sigma);
+    const auto by_row = reciprocals(LineProfile(filters, sigma, count_of(image.nrows)).gain);
+    const auto by_col = reciprocals(LineProfile(filters, sigma, count_of(image.ncols)).gain);
+    if (image.image_type == ImageType::gray)
+        return smooth_plane(image, sigma, filters, by_row, by_col);
+    ImagePtr result = make_image(image.nrows, image.ncols, image.image_type);
+    const ImagePtr part = make_image(image.nrows, image.ncols, ImageType::gray);
+    for (std::size_t c = 0; c < 3; ++c) {
+        copy_channel(image, c, *part);
+        const ImagePtr raw = filtered_plane(*part, sigma, filters, Pass::smooth).image;
+        for (std::size_t i = 0; i < by_row.size(); ++i) {
+            const float* const in = raw->pixels[i];
+            float* const out = result->pixels[i] + c;
+            for (std::size_t j = 0; j < by_col.size(); ++j)
+                out[3 * j] = static_cast<float>(in[j] * (by_row[i] * by_col[j]));
+        }
+    }
+    return result;
+}
+
+ImagePtr derivative(const CImage& image, double sigma, Axis axis) {
+    check_image(image);
+    check_sigma_of_slopes(sigma);
+    return by_channel(image, [&](const CImage& gray) {
+        Derivatives both = derivatives_of(gray, sigma, axis == Axis::x, axis == Axis::y);
+        return std::move(axis == Axis::x ? both.x : both.y);
+    });
+}
+
+Gradient gradient(const CImage& image, double sigma) {
+    check_image(image);
+    check_sigma_of_slopes(sigma);
+    Gradient result{make_image(image.nrows, image.ncols, ImageType::gray),
+                    make_image(image.nrows, image.ncols, ImageType::gray)};
+    constexpr double full_turn = 6.283185307179586;
+    for (std::size_t c = 0; c < channels_of(image); ++c) {
+        const bool is_gray = image.image_type == ImageType::gray;
+        const ImagePtr part = is_gray ? nullptr : channel_of(image, c);
+        const Derivatives slope = derivatives_of(is_gray ? image : *part, sigma, true, true);
+        for (int i = 0; i < image.nrows; ++i) {
+            for (int j = 0; j < image.ncols; ++j) {
+                const double dx = slope.x->pixels[i][j], dy = slope.y->pixels[i][j];
+                const auto size = static_cast<float>(std::sqrt(dx * dx + dy * dy));
+                if (c > 0 && !(size > result.magnitude->pixels[i][j]))
+                    continue;
+                double angle = size == 0.0f ? 0.0 : std::atan2(dy, dx);
+                if (angle < 0.0)
+                    angle += full_turn;
+                result.magnitude->pixels[i][j] = size;
+                result.direction->pixels[i][j] = static_cast<float>(angle);
+            }
+        }
+    }
+    return result;
+}
+
+VolumePtr smooth(const CVolume& volume, double sigma) {
+    check_volume(volume);
+    check_sigma(sigma);
+    const GaussianFilters filters(sigma);
+    const auto by_slice = reciprocals(LineProfile(filters, sigma, count_of(volume.nslices)).gain);
+    const auto by_col = reciprocals(LineProfile(filters, sigma, count_of(volume.ncols)).gain);
+    auto by_row = reciprocals(LineProfile(filters, sigma, count_of(volume.nrows)).gain);
+    VolumePtr result;
+    if (sigma <= largest_sigma_in_floats) {
+        result.reset(volume.smooth_volume(static_cast<float>(sigma)));
+        if (!result)
+            throw Error("there is no memory for the smoothed volume");
+    } else {
+        result = make_volume(volume.nslices, volume.nrows, volume.ncols);
+        const std::size_t rows = count_of(volume.nrows), cols = count_of(volume.ncols);
+        for (int k = 0; k < volume.nslices; ++k) {
+            CImage& slice = result->slices[k];
+            for (std::size_t i = 0; i < rows; ++i)
+                std::copy_n(volume.slices[k].pixels[i], cols, slice.pixels[i]);
+            filter_rows(filters.smoothing, rows_of(slice), rows, cols, 1);
+            filter_columns(filters.smoothing, rows_of(slice), rows, cols);
+        }
+        for (std::size_t i = 0; i < rows; ++i)
+            filter_columns(
+                filters.smoothing, [&](std::size_t k) { return result->slices[k].pixels[i]; },
+                count_of(volume.nslices), cols);
+    }
+    for (int k = 0; k < volume.nslices; ++k) {
+        std::vector<double> factors = by_row;
+        for (double& factor : factors)
+            factor *= by_slice[count_of(k)];
+        multiply(result->slices[k], factors, by_col);
+        result->slices[k].pixel_format = PixelFormat::float32;
+    }
+    result->pixel_format = PixelFormat::float32;
+    return result;
+}
+
+} // namespace vorlane::host
