@@ -105,6 +105,27 @@ ImagePtr continued(const CImage& image, int margin, double level) {
     return wide;
 }
 
+VolumePtr continued(const CVolume& volume, int margin) {
+    const std::int64_t side = std::int64_t{2} * margin;
+    constexpr std::int64_t largest = std::numeric_limits<int>::max();
+    if (side + volume.nslices > largest || side + volume.nrows > largest ||
+        side + volume.ncols > largest)
+        throw UsageError("the volume is too large for this sigma");
+    VolumePtr wide = make_volume(volume.nslices + 2 * margin, volume.nrows + 2 * margin,
+                                 volume.ncols + 2 * margin);
+    for (int k = 0; k < wide->nslices; ++k) {
+        const CImage& slice = volume.slices[std::clamp(k - margin, 0, volume.nslices - 1)];
+        for (int i = 0; i < wide->nrows; ++i) {
+            const float* const in = slice.pixels[std::clamp(i - margin, 0, volume.nrows - 1)];
+            float* const out = wide->slices[k].pixels[i];
+            std::fill_n(out, margin, in[0]);
+            std::copy_n(in, volume.ncols, out + margin);
+            std::fill_n(out + margin + volume.ncols, margin, in[volume.ncols - 1]);
+        }
+    }
+    return wide;
+}
+
 ImagePtr inside(const CImage& image, int margin) {
     return checked(
         image.Extract(margin, margin, image.nrows - 2 * margin, image.ncols - 2 * margin),

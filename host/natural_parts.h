@@ -35,6 +35,7 @@ ImagePtr mean_of_channels(const CImage& image);                            // a 
 // The image with `margin` more pixels on each side, which repeat the outermost ones, and with
 // `level` subtracted; and its inside again.
 ImagePtr continued(const CImage& image, int margin, double level);
+VolumePtr continued(const CVolume& volume, int margin);
 ImagePtr inside(const CImage& image, int margin);
 
 // Pixels beyond the border that a Gaussian still sees: 4 sigma.
