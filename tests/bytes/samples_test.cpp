@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -8,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <support/pictures.h>
+#include <vorlane/bytes/colour_order.h>
 #include <vorlane/bytes/samples.h>
 
 namespace {
@@ -127,3 +129,21 @@ TEST(Samples, WordsOf32BitsAreReadInBothOrders) {
 }
 
 } // namespace
+
+TEST(ColourOrder, SwapsTheEndsOfEveryPixelAndNothingBehind) {
+    std::mt19937 random(1);
+    for (std::size_t pixels = 0; pixels < 40; ++pixels) {
+        std::vector<unsigned char> from(3 * pixels + 20);
+        for (unsigned char& byte : from)
+            byte = static_cast<unsigned char>(random());
+        std::vector<unsigned char> expected = from;
+        for (std::size_t k = 0; k < pixels; ++k)
+            std::swap(expected[3 * k], expected[3 * k + 2]);
+        std::vector<unsigned char> in_place = from;
+        swap_ends(in_place.data(), in_place.data(), pixels);
+        EXPECT_EQ(in_place, expected) << pixels;
+        std::vector<float> samples(3 * pixels);
+        swap_ends(from.data(), samples.data(), pixels);
+        EXPECT_TRUE(std::equal(samples.begin(), samples.end(), expected.begin())) << pixels;
+    }
+}

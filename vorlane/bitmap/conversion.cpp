@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include <vorlane/bitmap/windowed_bytes.h>
+#include <vorlane/bytes/colour_order.h>
 #include <vorlane/bytes/samples.h>
 #include <vorlane/image/colour_weights.h>
 #include <vorlane/image/plane.h>
@@ -19,18 +20,6 @@ using namespace vorlane;
 
 constexpr int gray_depth = 8;
 constexpr int colour_depth = 24;
-
-// count pixels of red, green, blue to blue, green, red; in place or not.
-template<class Value, class Other>
-void swap_ends(const Value* from, Other* to, std::size_t count) {
-    for (std::size_t c = 0; c < count; ++c, from += 3, to += 3) {
-        const Value first = from[0];
-        const Value last = from[2];
-        to[1] = static_cast<Other>(from[1]);
-        to[0] = static_cast<Other>(last);
-        to[2] = static_cast<Other>(first);
-    }
-}
 
 // A row of colour samples, `count` pixels, as bytes.
 void to_colour_bytes(const float* samples, unsigned char* out, std::size_t count) {
@@ -131,17 +120,25 @@ void CDib::set_to_plane(int rows, int cols, int image_type, const float* const* 
     finish_colours();
 }
 
-CDib::CDib(const CImage* image, int normalize, float lo, float hi) : CDib() {
+void CDib::set_to_image(const CImage* image, int normalize, float lo, float hi) {
     if (image)
         set_to_plane(image->nrows, image->ncols, image->image_type, image->pixels, normalize, lo,
                      hi);
+}
+
+CDib::CDib(const CImage* image, int normalize, float lo, float hi) : CDib() {
+    set_to_image(image, normalize, lo, hi);
+}
+
+CDib::CDib(const CImage* image, const int* table) : CDib() {
+    set_to_image(image, table);
 }
 
 CDib::CDib(int rows, int cols, int image_type, const float* const* plane, int normalize) : CDib() {
     set_to_plane(rows, cols, image_type, plane, normalize, 0.0f, 0.0f);
 }
 
-CDib::CDib(const CImage* image, const int* table) : CDib() {
+void CDib::set_to_image(const CImage* image, const int* table) {
     if (!image || !image->pixels || !table)
         return;
     const bool is_gray = image->image_type == 0;

@@ -114,8 +114,15 @@ CDib::~CDib() {
     delete palette;
 }
 
-// Makes the blocks of an empty bitmap; false, and no change, if that can't be.
+// Makes the blocks of a bitmap, in place of those that it has; a pixel block of the right size stays
+// as it is. If that can't be, false, and the bitmap is empty.
 bool CDib::allocate(int columns, int rows, int bit_count) {
+    BlockHandle pixels(std::exchange(bits, nullptr));
+    const std::int64_t size_before = std::exchange(image_size, 0);
+    std::free(std::exchange(header, nullptr));
+    delete std::exchange(palette, nullptr);
+    ncolors = width = height = row_bytes = pixel_bytes = table_limit_ = 0;
+
     constexpr int largest_depth = std::numeric_limits<std::uint16_t>::max();
     if (columns < 1 || rows < 1 || bit_count < 1 || bit_count > largest_depth)
         return false;
@@ -124,7 +131,8 @@ bool CDib::allocate(int columns, int rows, int bit_count) {
         return false;
     const int colours = bit_count == 8 ? 256 : 0;
     auto info = make_block(std::int64_t{info_header_size} + 4 * colours);
-    auto pixels = make_block(row * rows);
+    if (!pixels || size_before != row * rows)
+        pixels = make_block(row * rows);
     if (!info || !pixels)
         return false;
     BITMAPINFOHEADER& fields = info_of(info.get())->bmiHeader;

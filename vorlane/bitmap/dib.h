@@ -11,6 +11,10 @@
 #include <vorlane/platform/file.h>
 #include <vorlane/platform/gdi.h>
 
+namespace vorlane {
+class TqSource;
+}
+
 class VORLANE_API CDib : public CObject {
 public:
     // Blocks from malloc that the bitmap owns and gives to free. A movie lends `bits` and takes it
@@ -100,9 +104,13 @@ public:
     int Draw(CDC* dc, int x, int y, int w, int h);
 
 private:
+    friend class vorlane::TqSource; // fills the bitmap of a frame again with the next one
+
     int table_limit_; // colours that the block at `header` has room for
 
     bool allocate(int columns, int rows, int bit_count);
+    void set_to_image(const CImage* image, int normalize, float lo, float hi);
+    void set_to_image(const CImage* image, const int* table);
     template<class Encode>
     void fill_rows(Encode encode);
     void finish_colours();
