@@ -13,7 +13,7 @@ namespace vorlane {
 
 // What stands for samples that the file lacks.
 enum class Missing {
-    repeats_last, // sample; 0 if there was none
+    repeats_last, // sample, or `last` if there was none
     is_255        // each byte; a broken sample keeps the bytes that it has
 };
 
@@ -21,9 +21,9 @@ enum class Missing {
 // 4, with decode(bytes, out, count). The file then stands behind the last of them.
 template<class Decode>
 void read_sample_rows(std::FILE* file, float* const* plane, int rows, std::size_t samples,
-                      std::size_t unit, Decode decode, Missing missing = Missing::repeats_last) {
+                      std::size_t unit, Decode decode, Missing missing = Missing::repeats_last,
+                      float last = 0.0f) {
     BlockReader reader(file, static_cast<std::size_t>(std::max(rows, 0)) * samples * unit);
-    float last = 0.0f;
     bool at_end = false;
     for (int i = 0; i < rows; ++i) {
         float* out = plane[i];

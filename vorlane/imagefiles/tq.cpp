@@ -59,15 +59,17 @@ bool tq_header_is_believable(const TqHeader& header, int frames, std::int64_t av
                                 static_cast<std::int64_t>(sample), available);
 }
 
-void read_tq_frame(std::FILE* file, float* const* plane, const TqHeader& header) {
+void read_tq_frame(std::FILE* file, float* const* plane, const TqHeader& header, float last) {
     const auto pixels = static_cast<std::size_t>(std::max(header.ncols, 0));
     if (tq_pixel_size(header.image_type, header.pixel_format) == 0)
         return;
     const std::size_t samples = is_byte_colour(header) ? 3 * pixels : pixels;
-    read_sample_rows(file, plane, header.nrows, samples, sample_size(header.pixel_format),
-                     [&](const unsigned char* bytes, float* out, std::size_t count) {
-                         decode_samples(header.pixel_format, bytes, out, count);
-                     });
+    read_sample_rows(
+        file, plane, header.nrows, samples, sample_size(header.pixel_format),
+        [&](const unsigned char* bytes, float* out, std::size_t count) {
+            decode_samples(header.pixel_format, bytes, out, count);
+        },
+        Missing::repeats_last, last);
 }
 
 bool write_tq_frame(std::FILE* file, const float* const* plane, const TqHeader& header) {

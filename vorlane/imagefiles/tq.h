@@ -40,8 +40,9 @@ std::size_t tq_pixel_size(int image_type, int pixel_format);
 bool tq_header_is_believable(const TqHeader& header, int frames, std::int64_t available);
 
 // Reads one frame into a plane of nrows x ncols samples, or nrows x 3 ncols for colour, that comes
-// in as zeros. What is missing repeats the last sample. Without an encoding, nothing is read.
-void read_tq_frame(std::FILE* file, float* const* plane, const TqHeader& header);
+// in as zeros. What is missing repeats the last sample, and `last` where none is there. Without an
+// encoding, nothing is read.
+void read_tq_frame(std::FILE* file, float* const* plane, const TqHeader& header, float last = 0.0f);
 
 // Writes one frame; false if it isn't written whole. Without an encoding, nothing is written.
 bool write_tq_frame(std::FILE* file, const float* const* plane, const TqHeader& header);

@@ -10,6 +10,8 @@
 #include <optional>
 #include <string>
 
+#include <vorlane/image/codes.h>
+#include <vorlane/image/failure.h>
 #include <vorlane/image/image_parts.h>
 #include <vorlane/movie/movie_files.h>
 
@@ -18,8 +20,6 @@ using namespace vorlane;
 namespace {
 
 using std::int64_t;
-
-constexpr int tq = 4;
 
 bool fits_int(int64_t value) {
     return value >= std::numeric_limits<int>::min() && value <= std::numeric_limits<int>::max();
@@ -55,20 +55,30 @@ CVideo* finish(MovieHandle& movie) {
     return movie.release();
 }
 
+// Makes a frame current. A number beyond the end of an AVI movie leaves the frame that is, and so
+// does one that can't be read; false for that.
+bool fetch(CVideo& movie, int64_t n) {
+    return (fits_int(n) && movie.GetFrame(static_cast<int>(n), nullptr)) || n < 0 ||
+           n >= movie.nframes;
+}
+
 // A movie like the open one `source`, in another size and number of frames: of each frame n from
-// `first` on, edit(n) gives the new image, or null to give up.
+// `first` on, edit(n) gives the new image, or null to give up. edit may clear `is_whole` as well.
 template<class Edit>
 CVideo* edit_frames(CVideo& source, int rows, int cols, int first, int count, Edit edit) {
     MovieHandle made = make_temporary_movie(rows, cols, count, source.file_format,
                                             source.pixel_format, source.image_type);
-    const bool is_created = made && made->file_format != 0;
-    for (int n = first; is_created && n < int64_t{first} + count; ++n) {
-        source.GetFrame(n, nullptr);
-        const std::unique_ptr<CImage> frame(edit(n));
+    const bool is_created = made && made->file_format != FileFormat::none;
+    bool is_whole = true;
+    for (int64_t n = first; is_created && n < int64_t{first} + count; ++n) {
+        is_whole = fetch(source, n) && is_whole;
+        const std::unique_ptr<CImage> frame(edit(n, is_whole));
         if (!frame)
             return nullptr;
         made->WriteCurrentFrame(frame.get());
     }
+    if (!is_whole)
+        show_failure(cant_read_frame);
     return finish(made);
 }
 
@@ -82,59 +92,60 @@ CImage* empty_image(const CImage& like, int rows, int cols) {
 
 void CVideo::ImagesFromVideo(const char* prefix, int first, const char* suffix, int to_format,
                              int to_pixel_format) {
-    if (!OpenVideo(file_name) || !fits_int(int64_t{first} + nframes))
+    if (!OpenVideo(file_name) || !fits_int(int64_t{first} + nframes - 1))
         return;
+    bool is_whole = true;
     for (int n = 0; n < nframes; ++n) {
-        GetFrame(n, nullptr);
+        is_whole = fetch(*this, n) && is_whole;
         CImage copy(image);
         copy.file_format = to_format;
         copy.pixel_format = to_pixel_format;
         copy.WriteImage(numbered(prefix, int64_t{n} + first, suffix).c_str());
     }
+    if (!is_whole)
+        show_failure(cant_read_frame);
 }
 
 CVideo* CVideo::Extract(int first, int last, int first_row, int first_col, int rows, int cols) {
+    const ClosesBehind closes(*this);
     if (!OpenVideo(file_name))
         return nullptr;
-    const ClosesBehind closes(*this);
     const std::optional<int> count = count_of(first, last);
-    const bool has_frames = !count || *count <= 0 || (first >= 0 && last < nframes);
+    const bool has_frames =
+        file_format == FileFormat::avi || !count || *count <= 0 || (first >= 0 && last < nframes);
     const bool has_rectangle = first_row >= 0 && first_col >= 0 && rows >= 0 && cols >= 0 &&
                                rows <= nrows - first_row && cols <= ncols - first_col;
     if (!count || !has_frames || !has_rectangle)
         return nullptr;
-    return edit_frames(*this, rows, cols, first, *count,
-                       [&](int) { return image->Extract(first_row, first_col, rows, cols); });
+    return edit_frames(*this, rows, cols, first, *count, [&](int64_t, bool&) {
+        return image->Extract(first_row, first_col, rows, cols);
+    });
 }
 
 CVideo* CVideo::Reduce(int factor, int mode) {
-    if (!OpenVideo(file_name))
-        return nullptr;
     const ClosesBehind closes(*this);
-    if (factor < 1)
+    if (!OpenVideo(file_name) || factor < 1)
         return nullptr;
     const int rows = nrows / factor;
     const int cols = ncols / factor;
     const bool is_empty = rows == 0 || cols == 0;
-    return edit_frames(*this, rows, cols, 0, nframes, [&](int) {
+    return edit_frames(*this, rows, cols, 0, nframes, [&](int64_t, bool&) {
         return is_empty ? empty_image(*image, rows, cols) : image->Reduce(factor, mode);
     });
 }
 
 CVideo* CVideo::Superpose(const char* path) {
-    if (!OpenVideo(file_name))
-        return nullptr;
     const ClosesBehind closes(*this);
     CVideo marks;
-    if (!marks.OpenVideo(path))
-        return nullptr;
     const ClosesBehind closes_marks(marks);
-    if (marks.nrows < nrows || marks.ncols < ncols)
+    if (!OpenVideo(file_name) || !marks.OpenVideo(path))
+        return nullptr;
+    const bool has_frames = marks.file_format == FileFormat::avi || marks.nframes >= nframes;
+    if (!has_frames || marks.nrows < nrows || marks.ncols < ncols)
         return nullptr;
     const bool is_empty = nrows == 0 || ncols == 0;
-    return edit_frames(*this, nrows, ncols, 0, nframes, [&](int n) {
-        if (n < marks.nframes)
-            marks.GetFrame(n, nullptr);
+    return edit_frames(*this, nrows, ncols, 0, nframes, [&](int64_t n, bool& is_whole) {
+        is_whole = fetch(marks, n) && is_whole;
         return is_empty ? empty_image(*image, nrows, ncols) : image->Superpose(marks.image);
     });
 }
@@ -143,14 +154,19 @@ CVideo* VideoFromImages(const char* prefix, int first, int last, const char* suf
     const std::optional<int> count = count_of(first, last);
     if (!count)
         return nullptr;
-    CImage image;
-    image.ReadImage(numbered(prefix, first, suffix).c_str());
-    MovieHandle movie = make_temporary_movie(image.nrows, image.ncols, *count, tq,
-                                             image.pixel_format, image.image_type);
+    auto image = std::make_unique<CImage>();
+    const auto read = [&](int64_t number) {
+        auto next = std::make_unique<CImage>();
+        if (next->ReadImage(numbered(prefix, number, suffix).c_str()))
+            image = std::move(next);
+    };
+    read(first);
+    MovieHandle movie = make_temporary_movie(image->nrows, image->ncols, *count, FileFormat::tq,
+                                             image->pixel_format, image->image_type);
     for (int64_t n = first; n <= last; ++n) {
-        image.ReadImage(numbered(prefix, n, suffix).c_str());
+        read(n);
         if (movie)
-            movie->WriteCurrentFrame(&image);
+            movie->WriteCurrentFrame(image.get());
     }
     return finish(movie);
 }

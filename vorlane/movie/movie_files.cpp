@@ -1,11 +1,14 @@
 #include <vorlane/movie/movie_files.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <ctime>
 #include <filesystem>
 #include <new>
 #include <string>
+
+#include <vorlane/bytes/input_file.h>
 
 #if defined(__unix__) || defined(__APPLE__)
 #include <sys/stat.h>
@@ -15,6 +18,9 @@
 namespace vorlane {
 
 namespace {
+
+constexpr auto private_file =
+    std::filesystem::perms::owner_read | std::filesystem::perms::owner_write;
 
 // A folder for this user alone: others can neither read a movie nor put a file of theirs under its
 // name. Empty if it can't be had.
@@ -52,14 +58,9 @@ bool copy_movie_path(const char* path, char (&to)[sizeof CVideo::file_name]) {
     return true;
 }
 
-BITMAPINFOHEADER avi_frame_format(int rows, int cols) {
-    BITMAPINFOHEADER format = {};
-    format.biSize = sizeof format;
-    format.biWidth = cols;
-    format.biHeight = rows;
-    format.biPlanes = 1;
-    format.biBitCount = 24;
-    return format;
+bool are_one_file(const char* a, const char* b) {
+    std::error_code error;
+    return std::filesystem::equivalent(a, b, error) && !error;
 }
 
 MovieHandle make_temporary_movie(int rows, int cols, int frames, int file_format, int pixel_format,
@@ -71,6 +72,38 @@ MovieHandle make_temporary_movie(int rows, int cols, int frames, int file_format
     }
     return MovieHandle(new (std::nothrow) CVideo(path.c_str(), rows, cols, frames, file_format,
                                                  pixel_format, image_type));
+}
+
+Successor::Successor(const char* path) {
+    std::error_code error;
+    old_ = std::filesystem::canonical(path, error);
+    if (error || !FileHandle(open_file(old_.c_str(), "r+b")))
+        return;
+    constexpr int most_tries = 10000;
+    for (int k = 0; k < most_tries && path_.empty(); ++k) {
+        const std::string name = (old_.parent_path() / (".vorlane-" + std::to_string(k))).string();
+        if (FileHandle(open_file(name.c_str(), "wbx")))
+            path_ = name;
+        else if (errno != EEXIST)
+            return;
+    }
+    std::filesystem::permissions(path_, private_file, error);
+}
+
+Successor::~Successor() {
+    if (!path_.empty())
+        std::remove(path_.c_str());
+}
+
+bool Successor::take_place() {
+    std::error_code error;
+    std::filesystem::permissions(path_, std::filesystem::status(old_, error).permissions(), error);
+    if (!error)
+        std::filesystem::rename(path_, old_, error);
+    if (error)
+        return false;
+    path_.clear();
+    return true;
 }
 
 } // namespace vorlane

@@ -1,3 +1,5 @@
+// The object, and what it asks of the source or the sink that its file format calls for.
+
 #include <vorlane/movie/video.h>
 
 #include <algorithm>
@@ -9,14 +11,65 @@
 #include <utility>
 
 #include <vorlane/bytes/input_file.h>
-#include <vorlane/bytes/samples.h>
+#include <vorlane/image/codes.h>
 #include <vorlane/image/failure.h>
-#include <vorlane/image/image_parts.h>
 #include <vorlane/imagefiles/image_files.h>
-#include <vorlane/imagefiles/tq.h>
+#include <vorlane/movie/avi_sink.h>
+#include <vorlane/movie/avi_source.h>
 #include <vorlane/movie/movie_files.h>
+#include <vorlane/movie/tq_movie.h>
+#include <vorlane/movie/tq_sink.h>
+#include <vorlane/movie/tq_source.h>
 
 using namespace vorlane;
+
+namespace {
+
+// What act(source) returns; 0 if the movie isn't open for reading.
+template<class Act>
+int with_source(CVideo& movie, Act act) {
+    AviSource avi(movie);
+    TqSource tq(movie);
+    MovieSource* source = nullptr;
+    if (movie.file_format == FileFormat::avi)
+        source = &avi;
+    else if (movie.file_format == FileFormat::tq)
+        source = &tq;
+    return source && source->is_open() ? act(*source) : 0;
+}
+
+// Calls act(sink) if the movie is open for writing; whether it is.
+template<class Act>
+bool with_sink(CVideo& movie, Act act) {
+    AviSink avi(movie);
+    TqSink tq(movie);
+    MovieSink* sink = nullptr;
+    if (movie.file_format == FileFormat::avi)
+        sink = &avi;
+    else if (movie.file_format == FileFormat::tq)
+        sink = &tq;
+    if (!sink || !sink->is_open())
+        return false;
+    act(*sink);
+    return true;
+}
+
+// Converts a frame to the kind that a sink takes, and writes it.
+bool write_converted(MovieSink& sink, const CImage& frame) {
+    const int wanted = sink.image_type();
+    if (frame.image_type == wanted)
+        return sink.write(frame.pixels);
+    std::unique_ptr<CImage> converted;
+    if (frame.pixels && wanted == ImageType::colour && frame.image_type == ImageType::gray)
+        converted.reset(frame.MakeColor(0));
+    else if (frame.pixels && wanted == ImageType::gray && frame.image_type == ImageType::colour)
+        converted.reset(frame.MakeGray());
+    else
+        return sink.write(nullptr);
+    return converted && sink.write(converted->pixels);
+}
+
+} // namespace
 
 constinit CRuntimeClass CVideo::classCVideo = {
     "CVideo", sizeof(CVideo), 0, &CVideo::CreateObject, &CObject::_GetBaseClass, nullptr};
@@ -33,13 +86,48 @@ CVideo::CVideo()
     : nrows(0), ncols(0), nframes(0), file_format(0), pixel_format(0), image_type(0),
       frame_bytes(0), image(nullptr), dib(nullptr), tqf_file(nullptr), current_frame(0),
       file_name(), avi_file(nullptr), avi_stream(nullptr), avi_info(), frame_reader(nullptr),
-      state_(State::closed), write_failed_(false), lent_bits_(nullptr) {}
+      lent_bits_(nullptr), shown_bits_(nullptr), last_sample_(0.0f), write_failed_(false),
+      opening_failed_(false) {}
+
+CVideo::CVideo(const char* path, int rows, int cols, int frames, int file_code, int pixel_code,
+               int type)
+    : CVideo() {
+    char name[sizeof file_name] = {};
+    const bool fits = copy_movie_path(path, name);
+    if (create(fits ? name : nullptr, rows, cols, frames, file_code, pixel_code, type))
+        std::memcpy(file_name, name, sizeof name);
+}
+
+// Makes this empty movie one that is written to `path`, of any length, save for its file_name.
+// False after a message, and the movie stays empty.
+bool CVideo::create(const char* path, int rows, int cols, int frames, int file_code, int pixel_code,
+                    int type) {
+    nrows = rows;
+    ncols = cols;
+    nframes = frames;
+    file_format = file_code;
+    pixel_format = pixel_code;
+    image_type = type;
+    const bool is_sound = path && rows >= 0 && cols >= 0;
+    const char* failure = nullptr;
+    if (file_code == FileFormat::avi && !(is_sound && AviSink(*this).create(path)))
+        failure = "create_movie: Can't create AVI file";
+    else if (file_code == FileFormat::tq && !(is_sound && TqSink(*this).create(path)))
+        failure = "read_tqf_image: Can't open file";
+    if (failure) {
+        nrows = ncols = nframes = file_format = pixel_format = image_type = 0;
+        show_failure(failure);
+        return false;
+    }
+    image = new (std::nothrow) CImage(rows, cols, type, FileFormat::tq, pixel_code);
+    return true;
+}
 
 CVideo::~CVideo() {
     drop_dib();
     delete image;
-    if (state_ == State::closed)
-        release_avi();
+    if (opening_failed_)
+        close_files();
 }
 
 int CVideo::OpenVideo(const char* path) {
@@ -49,121 +137,33 @@ int CVideo::OpenVideo(const char* path) {
         show_failure(cant_open);
         return 0;
     }
-    if (state_ == State::writing && tqf_file)
-        std::fflush(tqf_file); // it may be the very file that is opened
+    const bool is_written = with_sink(*this, [](MovieSink&) {});
+    if (is_written && are_one_file(name, file_name))
+        CloseVideo(); // or there would be only a part to open
+    FileHandle file(open_file(name, "rb"));
     char line[256];
-    {
-        const FileHandle file(open_file(name, "rb"));
-        if (!file) {
-            show_failure(cant_open);
-            return 0;
-        }
+    if (file)
         read_line(file.get(), line, sizeof line);
+    if (!file || std::ferror(file.get())) {
+        show_failure(cant_open);
+        return 0;
     }
-    int is_open = 0;
+    bool is_open = false;
     if (are_equal(line, "RIFF")) {
-        is_open = open_avi(name);
+        file.reset();
+        is_open = AviSource(*this).open(name);
     } else if (are_equal(line, "TQ")) {
-        is_open = open_tq(name);
+        is_open = seek_to(file.get(), 0) && TqSource(*this).open(std::move(file));
         if (!is_open)
             show_failure(cant_open);
     }
     if (is_open)
         std::memcpy(file_name, name, sizeof name);
-    return is_open;
-}
-
-int CVideo::open_avi(const char* path) {
-    AVIFileInit();
-    PAVIFILE file = nullptr;
-    if (AVIFileOpenA(&file, path, 0, nullptr) != 0) {
-        show_failure("Can't open AVI file");
-        return 0;
-    }
-    CloseVideo();
-    release_avi();
-    avi_file = file;
-    if (AVIFileGetStream(avi_file, &avi_stream, streamtypeVIDEO, 0) != 0) {
-        show_failure("Can't get video stream");
-        return 0;
-    }
-    AVIFileInfoA(avi_file, &avi_info, sizeof avi_info);
-    nrows = static_cast<int>(avi_info.dwHeight);
-    ncols = static_cast<int>(avi_info.dwWidth);
-    drop_dib();
-    dib = new (std::nothrow) CDib(ncols, nrows, 24);
-    const BITMAPINFOHEADER wanted = avi_frame_format(nrows, ncols);
-    frame_reader = AVIStreamGetFrameOpen(avi_stream, &wanted);
-    if (!frame_reader) {
-        AVIStreamRelease(std::exchange(avi_stream, nullptr));
-        show_failure("The decompressor is not open");
-        return 0;
-    }
-    AVISTREAMINFOA info = {};
-    AVIStreamInfoA(avi_stream, &info, sizeof info);
-    nframes = static_cast<int>(info.dwLength);
-    void* const frame = AVIStreamGetFrame(frame_reader, 0);
-    const bool is_empty = nrows == 0 || ncols == 0;
-    if (!frame || !dib || (!is_empty && !dib->header))
-        return 0;
-    lend_bits(frame);
-    std::unique_ptr<CImage> first(new (std::nothrow) CImage);
-    if (!first)
-        return 0;
-    first->nrows = nrows;
-    first->ncols = ncols;
-    first->pixels = is_empty
-                        ? make_plane(nrows, ncols)
-                        : dib->MakeFloatImage(&first->nrows, &first->ncols, &first->image_type);
-    if (!first->pixels)
-        return 0;
-    delete std::exchange(image, first.release());
-    pixel_format = 4;
-    file_format = 5;
-    image_type = image->image_type;
-    state_ = State::reading;
-    return 1;
-}
-
-int CVideo::open_tq(const char* path) {
-    FileHandle file(open_file(path, "rb"));
-    if (!file)
-        return 0;
-    TqHeader header = {nrows, ncols, nframes, pixel_format, image_type};
-    constexpr int numbers = 4;
-    if (scan_tq_header(file.get(), header) < numbers || header.nrows < 0 || header.ncols < 0 ||
-        header.nframes < 0)
-        return 0;
-    TqHeader not_empty = header; // a movie without rows, columns or frames may be opened as well
-    not_empty.nrows = std::max(header.nrows, 1);
-    not_empty.ncols = std::max(header.ncols, 1);
-    if (!tq_header_is_believable(not_empty, std::max(header.nframes, 1), bytes_left(file.get())))
-        return 0;
-    std::unique_ptr<CImage> first(new (std::nothrow)
-                                      CImage(header.nrows, header.ncols, header.image_type, 0, 0));
-    if (!first || (!first->pixels && channel_count(header.image_type) != 0))
-        return 0;
-    CloseVideo();
-    release_avi();
-    drop_dib();
-    delete std::exchange(image, first.release());
-    tqf_file = file.release();
-    nrows = header.nrows;
-    ncols = header.ncols;
-    nframes = header.nframes;
-    pixel_format = header.pixel_format;
-    image_type = header.image_type;
-    file_format = 4;
-    set_frame_bytes();
-    state_ = State::reading;
-    read_tqf_frame(image);
-    dib = new (std::nothrow) CDib(image, pixel_format == 4 ? 0 : 1, 0.0f, 0.0f);
-    return 1;
+    return is_open ? 1 : 0;
 }
 
 int CVideo::CloseVideo() {
-    const bool was_written = state_ == State::writing;
-    if (!close_files() && was_written)
+    if (!close_files())
         show_failure("CVideo: Can't write file");
     return 1;
 }
@@ -171,7 +171,7 @@ int CVideo::CloseVideo() {
 // False if something of a written movie isn't in its file.
 bool CVideo::close_files() {
     bool failed = std::exchange(write_failed_, false);
-    if (file_format == 5 && avi_stream) {
+    if (file_format == FileFormat::avi || opening_failed_) {
         if (dib && dib->bits && dib->bits == lent_bits_) {
             dib->bits = static_cast<unsigned char*>(std::malloc(dib->image_size));
             if (dib->bits)
@@ -179,77 +179,73 @@ bool CVideo::close_files() {
         }
         lent_bits_ = nullptr;
         frame_reader = nullptr;
-        failed = AVIStreamRelease(std::exchange(avi_stream, nullptr)) != 0 || failed;
-        failed = AVIFileRelease(std::exchange(avi_file, nullptr)) != 0 || failed;
-    } else if (file_format == 4 && tqf_file) {
-        failed = std::ferror(tqf_file) != 0 || failed;
-        failed = std::fclose(std::exchange(tqf_file, nullptr)) != 0 || failed;
+        if (avi_stream)
+            failed = AVIStreamRelease(std::exchange(avi_stream, nullptr)) != 0 || failed;
+        if (avi_file)
+            failed = AVIFileRelease(std::exchange(avi_file, nullptr)) != 0 || failed;
+        opening_failed_ = false;
     }
-    state_ = State::closed;
+    if (file_format == FileFormat::tq && tqf_file) {
+        const bool was_written = can_write(tqf_file);
+        failed = (was_written && std::ferror(tqf_file) != 0) || failed;
+        failed = (std::fclose(std::exchange(tqf_file, nullptr)) != 0 && was_written) || failed;
+    }
     return !failed;
-}
-
-// Gives back what an opening that failed has left.
-void CVideo::release_avi() {
-    if (dib && dib->bits == lent_bits_)
-        dib->bits = nullptr;
-    lent_bits_ = nullptr;
-    frame_reader = nullptr;
-    if (avi_stream)
-        AVIStreamRelease(std::exchange(avi_stream, nullptr));
-    if (avi_file)
-        AVIFileRelease(std::exchange(avi_file, nullptr));
 }
 
 void CVideo::drop_dib() {
     if (dib && dib->bits == lent_bits_)
         dib->bits = nullptr;
     lent_bits_ = nullptr;
+    shown_bits_ = nullptr;
     delete std::exchange(dib, nullptr);
 }
 
-// Aims the bitmap at the pixels behind the header of a frame.
-void CVideo::lend_bits(void* frame) {
-    if (!dib || !dib->header)
-        return;
-    if (dib->bits != lent_bits_)
-        std::free(dib->bits);
-    auto* const bytes = static_cast<unsigned char*>(frame);
-    std::uint32_t header_size;
-    std::memcpy(&header_size, bytes, sizeof header_size);
-    dib->bits = lent_bits_ = bytes + header_size;
+int CVideo::GetFrame(int frame, const int* table) {
+    return with_source(*this, [&](MovieSource& source) {
+        if (!source.takes_number(frame) || !source.fetch(frame, Approach::anywhere, table))
+            return 0;
+        current_frame = frame;
+        return 1;
+    });
 }
 
-// Bytes of a frame in a TQ file. A colour frame has three a pixel, also where the format has no
-// encoding for it; of an unknown gray sample the number stays as it was.
-std::int64_t CVideo::frame_length() const {
-    const std::int64_t pixels = std::int64_t{std::max(nrows, 0)} * std::max(ncols, 0);
-    const auto size = image_type == 1 ? 3 : static_cast<std::int64_t>(sample_size(pixel_format));
-    if (size == 0)
-        return frame_bytes;
-    constexpr std::int64_t largest = std::numeric_limits<std::int64_t>::max();
-    return pixels <= largest / size ? pixels * size : largest;
+int CVideo::GetNextFrame(const int* table) {
+    return with_source(*this, [&](MovieSource& source) {
+        const bool wraps = std::int64_t{current_frame} + 1 >= nframes;
+        current_frame = wraps ? 0 : current_frame + 1;
+        const Approach approach = wraps ? Approach::anywhere : Approach::behind;
+        return source.fetch(current_frame, approach, table) ? 1 : 0;
+    });
 }
 
-void CVideo::set_frame_bytes() {
-    constexpr std::int64_t largest = std::numeric_limits<int>::max();
-    frame_bytes = static_cast<int>(std::min(frame_length(), largest));
+int CVideo::GetPreviousFrame(const int* table) {
+    return with_source(*this, [&](MovieSource& source) {
+        const bool wraps = current_frame <= 0;
+        constexpr int smallest = std::numeric_limits<int>::min();
+        current_frame = wraps ? std::max(nframes, smallest + 1) - 1 : current_frame - 1;
+        const Approach approach = wraps ? Approach::anywhere : Approach::before;
+        return source.fetch(current_frame, approach, table) ? 1 : 0;
+    });
 }
 
 int CVideo::read_tqf_frame(CImage* target) {
-    if (!tqf_file || tq_pixel_size(image_type, pixel_format) == 0)
-        return 1;
-    const std::int64_t samples = std::int64_t{channel_count(image_type)} * std::max(ncols, 0);
-    const std::int64_t length = frame_length();
-    const std::int64_t available = bytes_left(tqf_file);
-    if (!target || !plane_holds(target->pixels, std::max(nrows, 0), samples)) {
-        seek_by(tqf_file, std::min(length, available));
-        return 1;
+    if (TqSource source(*this); source.is_open())
+        source.read(target);
+    return 1;
+}
+
+int CVideo::WriteCurrentFrame(const CImage* frame) {
+    if (frame) {
+        with_sink(*this, [&](MovieSink& sink) {
+            write_failed_ = !write_converted(sink, *frame) || write_failed_;
+        });
     }
-    if (available < length) { // missing samples of 0 aren't written
-        for (int i = 0; i < nrows; ++i)
-            std::fill_n(target->pixels[i], samples, 0.0f);
-    }
-    read_tq_frame(tqf_file, target->pixels, {nrows, ncols, nframes, pixel_format, image_type});
+    return 1;
+}
+
+int CVideo::write_tqf_frame(const CImage* frame) {
+    if (TqSink sink(*this); frame && sink.is_open() && !sink.write(frame->pixels))
+        write_failed_ = true;
     return 1;
 }

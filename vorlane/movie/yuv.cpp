@@ -8,6 +8,7 @@
 
 #include <vorlane/bytes/input_file.h>
 #include <vorlane/bytes/samples.h>
+#include <vorlane/image/codes.h>
 #include <vorlane/image/failure.h>
 #include <vorlane/image/image_parts.h>
 #include <vorlane/movie/movie_files.h>
@@ -16,9 +17,7 @@ using namespace vorlane;
 
 namespace {
 
-constexpr int gray = 0;
-constexpr int colour = 1;
-constexpr int avi = 5;
+constexpr const char* cant_open = "VideoFromYUV: Can't open file";
 
 // Factors that bring a plane to the size of the frame; 1 and 1 mean a copy.
 struct Factors {
@@ -87,17 +86,18 @@ CVideo* VideoFromYUV(const char* path, int rows, int cols, int frames, int chrom
         return nullptr;
     const int chroma_rows = chroma_mode == 0 ? rows / 2 : rows;
     const int chroma_cols = cols / 2;
-    const auto frame = make_zero_image(frame_rows, frame_cols, colour, 0, 0);
-    MovieHandle movie = make_temporary_movie(frame_rows, frame_cols, frames, avi, 0, colour);
-    const auto y_plane = make_zero_image(rows, cols, gray, 0, 0);
-    const auto u_plane = make_zero_image(chroma_rows, chroma_cols, gray, 0, 0);
-    const auto v_plane = make_zero_image(chroma_rows, chroma_cols, gray, 0, 0);
+    const auto frame = make_zero_image(frame_rows, frame_cols, ImageType::colour, 0, 0);
+    MovieHandle movie =
+        make_temporary_movie(frame_rows, frame_cols, frames, FileFormat::avi, 0, ImageType::colour);
+    const auto y_plane = make_zero_image(rows, cols, ImageType::gray, 0, 0);
+    const auto u_plane = make_zero_image(chroma_rows, chroma_cols, ImageType::gray, 0, 0);
+    const auto v_plane = make_zero_image(chroma_rows, chroma_cols, ImageType::gray, 0, 0);
     if (!frame || !movie || !y_plane || !u_plane || !v_plane)
         return nullptr;
     const FileHandle file(open_file(path, "rb"));
     if (!file) {
         movie.reset();
-        show_failure("VideoFromYUV: Can't open file");
+        show_failure(cant_open);
         return nullptr;
     }
 
@@ -110,6 +110,11 @@ CVideo* VideoFromYUV(const char* path, int rows, int cols, int frames, int chrom
         reader.read(*y_plane);
         reader.read(*u_plane);
         reader.read(*v_plane);
+        if (std::ferror(file.get())) {
+            movie.reset();
+            show_failure(cant_open);
+            return nullptr;
+        }
         const auto y = brought_to_size(*y_plane, luma);
         const auto u = brought_to_size(*u_plane, chroma);
         const auto v = brought_to_size(*v_plane, chroma);
