@@ -83,8 +83,8 @@ TEST(Histogram, ABinForEachWholeLevel) {
 }
 
 TEST(Histogram, LevelsWithoutABinAreLeftOut) {
-    const auto image = row_of(
-        {-1.0f, -7.0f, std::nanf(""), infinity, -infinity, 2147483648.0f, 1e30f, -0.99999994f, 2.0f});
+    const auto image = row_of({-1.0f, -7.0f, std::nanf(""), infinity, -infinity, 2147483648.0f,
+                               1e30f, -0.99999994f, 2.0f});
     const CHistogram h(image.get(), 0);
     EXPECT_EQ(counts_of(h), (std::vector<int>{1, 0, 1}));
     const CHistogram high(row_of({0.0f, 16777218.0f, 0.0f, 16777218.0f, 0.0f}).get(), 1);

@@ -197,18 +197,74 @@ TEST(Mixture, IsTheSolverFromTheDocumentedStart) {
     }
 }
 
-TEST(Mixture, FailsOnAnIntervalWithoutASpread) {
+// Classes that leave an interval of the start empty, or all of one in a single bin.
+TEST(Mixture, FindsNarrowPeaksFarApart) {
+    for (const auto& mixture :
+         std::vector<std::vector<Gaussian>>{{{900, 20, 4}, {300, 60, 4}, {2000, 230, 4}},
+                                            {{5000, 20, 2}, {100, 62, 5}, {700, 200, 3}},
+                                            {{100, 3, 0.3}, {400, 120, 9}, {900, 200, 0.25}}}) {
+        CHistogram h;
+        set_mixture(h, mixture, 256);
+        EXPECT_LT(h.FitNGaussians(3), 0.01f);
+        for (int k = 0; k < 3; ++k) {
+            EXPECT_GT(h.params[3 * k], 0.0f);
+            EXPECT_GT(h.params[3 * k + 2], 0.0f);
+        }
+        std::unique_ptr<float, void (*)(float*)> misfits(h.FitGaussians(1, 5, 0.05f),
+                                                         free_1D_float_array);
+        EXPECT_EQ(h.nparams, 9);
+    }
+}
+
+// Peaks that run into each other: no local minimum above the sum that rounding to counts leaves,
+// and a component more never fits worse.
+TEST(Mixture, IsNotCaughtInLocalMinima) {
+    std::mt19937 random(7);
+    const auto between = [&random](double a, double b) {
+        return std::uniform_real_distribution<double>(a, b)(random);
+    };
+    for (int trial = 0; trial < 20; ++trial) {
+        std::vector<Gaussian> mixture;
+        const double width = between(7, 14);
+        double centre = between(40, 70);
+        for (int k = 0; k < 2 + trial % 2; ++k) {
+            mixture.push_back({between(700, 4000), centre, width * between(0.9, 1.1)});
+            centre += width * between(1.8, 4);
+        }
+        CHistogram h;
+        set_mixture(h, mixture, 256);
+        double truth = 0.0, squares = 0.0;
+        for (int i = 0; i < 256; ++i) {
+            const double model = value_of(mixture, i);
+            truth += (model - h.bins[i]) * (model - h.bins[i]);
+            squares += double(h.bins[i]) * h.bins[i];
+        }
+        const int n = static_cast<int>(mixture.size());
+        float before = 2.0f;
+        for (int k = 1; k <= n + 1; ++k) {
+            const float misfit = h.FitNGaussians(k);
+            EXPECT_LE(misfit, before) << trial << ' ' << k;
+            before = misfit;
+            if (k == n) {
+                EXPECT_LE(double{misfit} * misfit * squares, 1.01 * truth) << trial;
+            }
+        }
+    }
+}
+
+TEST(Mixture, ForgetsAFitThatFails) {
     CHistogram h;
     set_counts(h, {0, 5, 9, 5, 0, 0, 0, 4, 0});
-    EXPECT_EQ(h.FitNGaussians(3), 1000000.0f); // the last interval holds a single bin's counts
-    EXPECT_EQ(h.nparams, 0);
-    EXPECT_NE(h.params, nullptr);
-    EXPECT_LT(h.FitNGaussians(1), 1.0f);
-    EXPECT_EQ(h.nparams, 3);
-    EXPECT_EQ(h.FitNGaussians(0), 1000000.0f); // no change
-    EXPECT_EQ(h.FitNGaussians(2000000000), 1000000.0f);
-    EXPECT_EQ(h.nparams, 3);
-    EXPECT_EQ(h.FitNGaussians(100), 1000000.0f); // more intervals than bins
+    for (const int n : {0, -3, 4, 100, 2000000000}) { // none, or more numbers than bins
+        EXPECT_LT(h.FitNGaussians(1), 1.0f);
+        EXPECT_EQ(h.nparams, 3);
+        EXPECT_EQ(h.FitNGaussians(n), 1000000.0f) << n;
+        EXPECT_EQ(h.nparams, 0) << n;
+        EXPECT_NE(h.params, nullptr);
+    }
+    h.FitNGaussians(1);
+    std::fill(h.bins, h.bins + h.nbins, 0);
+    EXPECT_EQ(h.FitNGaussians(1), 1000000.0f);
     EXPECT_EQ(h.nparams, 0);
 }
 
@@ -251,8 +307,8 @@ TEST(Mixture, ChoosesTheFewestComponentsThatAreGoodEnough) {
 
 TEST(Mixture, ChoiceAmongFailures) {
     CHistogram h;
-    // Two fits of which only that of one component has a start.
-    set_counts(h, {5, 9, 5, 0, 0, 4});
+    // Two fits of which only that of one component has enough bins.
+    set_counts(h, {5, 9, 5, 0, 4});
     const FloatArray mixed = fit_range(h, 1, 3, 0.5f);
     EXPECT_LT(mixed.get()[1], 1.0f);
     EXPECT_EQ(mixed.get()[2], 1000000.0f);
@@ -272,7 +328,6 @@ TEST(Mixture, ChoiceAmongFailures) {
     EXPECT_EQ(h.nparams, 9);
     set_counts(h, {0, 0, 0});
     EXPECT_EQ(fit_range(h, 1, 3, 0.5f), nullptr);
-    EXPECT_EQ(h.FitNGaussians(1), 1000000.0f);
     EXPECT_EQ(h.nparams, 9);
 }
 

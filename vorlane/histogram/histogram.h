@@ -11,6 +11,7 @@
 
 #include <vorlane/image/image.h>
 #include <vorlane/image/objects.h>
+#include <vorlane/numerics/solvers.h> // gaussian_mixture_model
 
 class VORLANE_API CHistogram : public CObject {
 public:
@@ -58,19 +59,20 @@ public:
     //
     // so a is the root of the height, m the centre in bins, and w the standard deviation times
     // sqrt(2). Components start as the moments of n intervals of equal width, from the lowest bin
-    // that isn't empty to the last one; an interval whose counts are all 0 or all in one bin leaves
-    // the fit no start, and it fails.
+    // that isn't empty to the last one, and from there LevenbergMarquardt in
+    // vorlane/numerics/solvers.h does the fit. It looks further than from this start, so that
+    // intervals without counts do no harm, and a component more doesn't fit worse.
     //
     // Returns the misfit: the root of the sum of squared residuals over that of squared counts, 0
-    // for an exact fit. Returns 1000000.0 after a failure, with nparams 0. With n below 1 or too
-    // large for memory, or on a histogram of zeros, it returns 1000000.0 and changes nothing.
-    // LevenbergMarquardt in vorlane/numerics/solvers.h does the fit.
+    // for an exact fit. Returns 1000000.0 after a failure, with nparams 0: with n below 1, with
+    // fewer bins than parameters, on a histogram of zeros, or if memory is short. Takes a time that
+    // grows with n times the number of bins with counts.
     float FitNGaussians(int n);
 
     // Fits first, first + 1, ... last - 1 Gaussians, and keeps the fit with the fewest of them
     // whose misfit r is good enough: (r - best) / (worst - best) < threshold, where best and worst
-    // are taken over the fits that didn't fail. A threshold just below 1 takes the first that is
-    // better than the worst, one just above 0 the best. If all misfits are equal, the first one is
+    // are taken over the fits that didn't fail. A threshold of 1 takes the first that is better
+    // than the worst, one just above 0 the best. If all misfits are equal, the first one is
     // taken; if none is below the threshold, the last. With `first` not below `last` no fit is
     // made, and nparams becomes 3 (last - 1), with zeros.
     //
@@ -80,9 +82,3 @@ public:
     // is below 1, on a histogram of zeros, or if there is no memory.
     float* FitGaussians(int first, int last, float threshold);
 };
-
-// The model of FitNGaussians for LevenbergMarquardt: the mixture at `x` and its derivative with
-// respect to each of the nparams parameters. Each component's terms are rounded to floats, and the
-// value with each component; a width of 0 gives not-a-numbers.
-VORLANE_API void gaussian_mixture_model(float x, float* params, float* value, float* derivatives,
-                                        int nparams);

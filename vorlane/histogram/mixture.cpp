@@ -8,6 +8,7 @@
 
 #include <vorlane/histogram/owned_arrays.h>
 #include <vorlane/image/plane.h>
+#include <vorlane/numerics/mixture_starts.h>
 #include <vorlane/numerics/solvers.h>
 
 namespace {
@@ -29,33 +30,6 @@ bool has_counts(const CHistogram& h) {
     return h.nbins > 0 && first_bin_of(h) < h.nbins;
 }
 
-// One component with the mean, the variance and the area of the counts in the bins from `lo` up to
-// `hi`. Bins that hold nothing, or a single one that holds all, give not-a-numbers.
-void start_component(const int* bins, int lo, int hi, float* component) {
-    std::int64_t count = 0;
-    std::int64_t moment = 0;
-    for (int i = lo; i < hi; ++i) {
-        count += bins[i];
-        moment += std::int64_t{i} * bins[i];
-    }
-    const auto total = static_cast<double>(count);
-    const auto mean = static_cast<float>(static_cast<float>(moment) / total);
-    double squares = 0.0;
-    for (int i = lo; i < hi; ++i) {
-        const double distance = i - double{mean};
-        squares += distance * distance * bins[i];
-    }
-    const auto variance = static_cast<float>(squares / total);
-    double area = 0.0;
-    for (int i = lo; i < hi; ++i) {
-        const double distance = i - double{mean};
-        area += std::exp(-0.5 * (distance * distance) / variance);
-    }
-    component[0] = static_cast<float>(std::sqrt(total / area));
-    component[1] = mean;
-    component[2] = static_cast<float>(std::sqrt(2.0 * variance));
-}
-
 // Starting values from n intervals of equal width on the gray scale.
 void start_mixture(const CHistogram& h, int n, float* params) {
     const std::int64_t first = first_bin_of(h);
@@ -63,7 +37,9 @@ void start_mixture(const CHistogram& h, int n, float* params) {
     for (std::int64_t k = 0; k < n; ++k) {
         const auto lo = static_cast<int>(first + span * k / n);
         const auto hi = static_cast<int>(first + span * (k + 1) / n);
-        start_component(h.bins, lo, hi, params + 3 * k);
+        moments_of_interval(
+            lo, hi, [](int i) { return std::int64_t{i}; },
+            [&h](int i) { return std::int64_t{h.bins[i]}; }, params + 3 * k);
     }
 }
 
@@ -105,22 +81,8 @@ int choose(const float* misfits, int first, int last, float threshold) {
 
 } // namespace
 
-void gaussian_mixture_model(float x, float* params, float* value, float* derivatives, int nparams) {
-    *value = 0.0f;
-    for (int k = 0; k < nparams; k += 3) {
-        const double a = params[k];
-        const double m = params[k + 1];
-        const double w = params[k + 2];
-        const double t = static_cast<float>((x - m) / w);
-        const double e = static_cast<float>(std::exp(-(t * t)));
-        *value = static_cast<float>(*value + a * a * e);
-        derivatives[k] = static_cast<float>(2.0 * a * e);
-        derivatives[k + 1] = static_cast<float>(2.0 * a * a * e * t / w);
-        derivatives[k + 2] = static_cast<float>(2.0 * a * a * e * (t * t) / w);
-    }
-}
-
 float CHistogram::FitNGaussians(int n) {
+    nparams = 0;
     if (n < 1 || n > most_components || !has_counts(*this))
         return gave_up;
     FloatArray fitted(make_1D_float_array(3 * n));
