@@ -28,10 +28,6 @@ std::uint32_t at_most_32_bits(std::uint64_t value) {
 AviWriter::AviWriter(FileHandle file, std::int64_t segment_bytes)
     : file_(std::move(file)), segment_bytes_(segment_bytes) {}
 
-AviWriter::~AviWriter() {
-    finish();
-}
-
 void AviWriter::set_rate(std::uint32_t rate, std::uint32_t scale) {
     rate_ = std::max(rate, 1u);
     scale_ = std::max(scale, 1u);

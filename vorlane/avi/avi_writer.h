@@ -20,7 +20,6 @@ public:
 
     // `segment_bytes` is the length that a segment keeps to, unless a single frame is longer.
     explicit AviWriter(FileHandle file, std::int64_t segment_bytes = usual_segment);
-    ~AviWriter();
 
     // Numerator and denominator of the frames a second.
     void set_rate(std::uint32_t rate, std::uint32_t scale);

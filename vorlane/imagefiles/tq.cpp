@@ -52,9 +52,9 @@ std::size_t tq_pixel_size(int image_type, int pixel_format) {
     return image_type == 0 ? sample_size(pixel_format) : 0;
 }
 
-bool tq_header_is_believable(const TqHeader& header, int frames, std::int64_t available) {
+bool tq_header_is_believable(const TqHeader& header, std::int64_t available) {
     const std::size_t sample = std::max<std::size_t>(sample_size(header.pixel_format), 1);
-    return header_is_believable(header.nrows, header.ncols, frames,
+    return header_is_believable(header.nrows, header.ncols, 1,
                                 std::max(channel_count(header.image_type), 1),
                                 static_cast<std::int64_t>(sample), available);
 }
@@ -104,7 +104,7 @@ float** read_tqf_image(const char* path, int* nrows, int* ncols, int* image_type
     }
     PlaneHandle plane;
     if (const int channels = channel_count(header.image_type)) {
-        if (!tq_header_is_believable(header, 1, bytes_left(file.get())))
+        if (!tq_header_is_believable(header, bytes_left(file.get())))
             return nullptr;
         plane.reset(make_plane(header.nrows, std::int64_t{channels} * header.ncols));
         if (!plane)

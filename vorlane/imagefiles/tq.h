@@ -35,9 +35,9 @@ void print_tq_movie_header(std::FILE* file, const TqHeader& header);
 // Bytes of a pixel in a frame; 0 if the format has no encoding for these codes.
 std::size_t tq_pixel_size(int image_type, int pixel_format);
 
-// True if the header's sizes, for `frames` frames, may be believed of a file that has `available`
-// bytes left. Also where a frame holds no samples.
-bool tq_header_is_believable(const TqHeader& header, int frames, std::int64_t available);
+// True if the header's sizes, for one frame, may be believed of a file that has `available` bytes
+// left. Also where a frame holds no samples.
+bool tq_header_is_believable(const TqHeader& header, std::int64_t available);
 
 // Reads one frame into a plane of nrows x ncols samples, or nrows x 3 ncols for colour, that comes
 // in as zeros. What is missing repeats the last sample, and `last` where none is there. Without an

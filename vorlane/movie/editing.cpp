@@ -13,6 +13,7 @@
 #include <vorlane/image/codes.h>
 #include <vorlane/image/failure.h>
 #include <vorlane/image/image_parts.h>
+#include <vorlane/movie/memory_guard.h>
 #include <vorlane/movie/movie_files.h>
 
 using namespace vorlane;
@@ -36,18 +37,6 @@ std::string numbered(const char* prefix, int64_t number, const char* suffix) {
     return (prefix ? prefix : "") + std::to_string(number) + (suffix ? suffix : "");
 }
 
-// Closes a movie that others own when the work on it ends.
-class ClosesBehind {
-public:
-    explicit ClosesBehind(CVideo& movie) : movie_(movie) {}
-    ~ClosesBehind() { movie_.CloseVideo(); }
-    ClosesBehind(const ClosesBehind&) = delete;
-    ClosesBehind& operator=(const ClosesBehind&) = delete;
-
-private:
-    CVideo& movie_;
-};
-
 // The movie for the caller, closed.
 CVideo* finish(MovieHandle& movie) {
     if (movie)
@@ -66,20 +55,22 @@ bool fetch(CVideo& movie, int64_t n) {
 // `first` on, edit(n) gives the new image, or null to give up. edit may clear `is_whole` as well.
 template<class Edit>
 CVideo* edit_frames(CVideo& source, int rows, int cols, int first, int count, Edit edit) {
-    MovieHandle made = make_temporary_movie(rows, cols, count, source.file_format,
-                                            source.pixel_format, source.image_type);
-    const bool is_created = made && made->file_format != FileFormat::none;
-    bool is_whole = true;
-    for (int64_t n = first; is_created && n < int64_t{first} + count; ++n) {
-        is_whole = fetch(source, n) && is_whole;
-        const std::unique_ptr<CImage> frame(edit(n, is_whole));
-        if (!frame)
-            return nullptr;
-        made->WriteCurrentFrame(frame.get());
-    }
-    if (!is_whole)
-        show_failure(cant_read_frame);
-    return finish(made);
+    return unless_out_of_memory(static_cast<CVideo*>(nullptr), [&]() -> CVideo* {
+        MovieHandle made = make_temporary_movie(rows, cols, count, source.file_format,
+                                                source.pixel_format, source.image_type);
+        const bool is_created = made && made->file_format != FileFormat::none;
+        bool is_whole = true;
+        for (int64_t n = first; is_created && n < int64_t{first} + count; ++n) {
+            is_whole = fetch(source, n) && is_whole;
+            const std::unique_ptr<CImage> frame(edit(n, is_whole));
+            if (!frame)
+                return nullptr;
+            made->WriteCurrentFrame(frame.get());
+        }
+        if (!is_whole)
+            show_failure(cant_read_frame);
+        return finish(made);
+    });
 }
 
 // A frame as an operator takes it, which needs no planes where there is nothing to see.
@@ -95,15 +86,22 @@ void CVideo::ImagesFromVideo(const char* prefix, int first, const char* suffix, 
     if (!OpenVideo(file_name) || !fits_int(int64_t{first} + nframes - 1))
         return;
     bool is_whole = true;
-    for (int n = 0; n < nframes; ++n) {
-        is_whole = fetch(*this, n) && is_whole;
-        CImage copy(image);
-        copy.file_format = to_format;
-        copy.pixel_format = to_pixel_format;
-        copy.WriteImage(numbered(prefix, int64_t{n} + first, suffix).c_str());
-    }
+    const bool is_written = unless_out_of_memory(false, [&] {
+        for (int n = 0; n < nframes; ++n) {
+            is_whole = fetch(*this, n) && is_whole;
+            CImage copy(image);
+            if (image->pixels && !copy.pixels)
+                return false;
+            copy.file_format = to_format;
+            copy.pixel_format = to_pixel_format;
+            copy.WriteImage(numbered(prefix, int64_t{n} + first, suffix).c_str());
+        }
+        return true;
+    });
     if (!is_whole)
         show_failure(cant_read_frame);
+    if (!is_written)
+        show_failure(cant_write_movie);
 }
 
 CVideo* CVideo::Extract(int first, int last, int first_row, int first_col, int rows, int cols) {
@@ -154,19 +152,21 @@ CVideo* VideoFromImages(const char* prefix, int first, int last, const char* suf
     const std::optional<int> count = count_of(first, last);
     if (!count)
         return nullptr;
-    auto image = std::make_unique<CImage>();
-    const auto read = [&](int64_t number) {
-        auto next = std::make_unique<CImage>();
-        if (next->ReadImage(numbered(prefix, number, suffix).c_str()))
-            image = std::move(next);
-    };
-    read(first);
-    MovieHandle movie = make_temporary_movie(image->nrows, image->ncols, *count, FileFormat::tq,
-                                             image->pixel_format, image->image_type);
-    for (int64_t n = first; n <= last; ++n) {
-        read(n);
-        if (movie)
-            movie->WriteCurrentFrame(image.get());
-    }
-    return finish(movie);
+    return unless_out_of_memory(static_cast<CVideo*>(nullptr), [&] {
+        auto image = std::make_unique<CImage>();
+        const auto read = [&](int64_t number) {
+            auto next = std::make_unique<CImage>();
+            if (next->ReadImage(numbered(prefix, number, suffix).c_str()))
+                image = std::move(next);
+        };
+        read(first);
+        MovieHandle movie = make_temporary_movie(image->nrows, image->ncols, *count, FileFormat::tq,
+                                                 image->pixel_format, image->image_type);
+        for (int64_t n = first; n <= last; ++n) {
+            read(n);
+            if (movie)
+                movie->WriteCurrentFrame(image.get());
+        }
+        return finish(movie);
+    });
 }

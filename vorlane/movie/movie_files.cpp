@@ -7,8 +7,10 @@
 #include <filesystem>
 #include <new>
 #include <string>
+#include <utility>
 
 #include <vorlane/bytes/input_file.h>
+#include <vorlane/movie/memory_guard.h>
 
 #if defined(__unix__) || defined(__APPLE__)
 #include <sys/stat.h>
@@ -59,8 +61,17 @@ bool copy_movie_path(const char* path, char (&to)[sizeof CVideo::file_name]) {
 }
 
 bool are_one_file(const char* a, const char* b) {
-    std::error_code error;
-    return std::filesystem::equivalent(a, b, error) && !error;
+    return unless_out_of_memory(false, [&] {
+        std::error_code error;
+        return std::filesystem::equivalent(a, b, error) && !error;
+    });
+}
+
+bool is_regular_file(const char* path) {
+    return unless_out_of_memory(false, [&] {
+        std::error_code error;
+        return std::filesystem::is_regular_file(path, error);
+    });
 }
 
 MovieHandle make_temporary_movie(int rows, int cols, int frames, int file_format, int pixel_format,
@@ -74,16 +85,16 @@ MovieHandle make_temporary_movie(int rows, int cols, int frames, int file_format
                                                  pixel_format, image_type));
 }
 
-Successor::Successor(const char* path) {
+void Successor::make(const char* path) {
     std::error_code error;
     old_ = std::filesystem::canonical(path, error);
     if (error || !FileHandle(open_file(old_.c_str(), "r+b")))
         return;
     constexpr int most_tries = 10000;
     for (int k = 0; k < most_tries && path_.empty(); ++k) {
-        const std::string name = (old_.parent_path() / (".vorlane-" + std::to_string(k))).string();
+        std::string name = (old_.parent_path() / (".vorlane-" + std::to_string(k))).string();
         if (FileHandle(open_file(name.c_str(), "wbx")))
-            path_ = name;
+            path_ = std::move(name);
         else if (errno != EEXIST)
             return;
     }

@@ -12,12 +12,18 @@ namespace vorlane {
 // A frame in the middle of a movie that can't be had; the one before it stands for it.
 constexpr const char* cant_read_frame = "CVideo: Can't read frame";
 
+// What was written isn't whole in the file.
+constexpr const char* cant_write_movie = "CVideo: Can't write file";
+
 // Copies a path, with zeros behind it, if it fits; false, and nothing copied, if it doesn't or is
 // null.
 bool copy_movie_path(const char* path, char (&to)[sizeof CVideo::file_name]);
 
 // Whether two paths lead to one file.
 bool are_one_file(const char* a, const char* b);
+
+// Whether a path leads to a file that has an end and can be gone about in.
+bool is_regular_file(const char* path);
 
 struct CloseMovie {
     void operator()(CVideo* movie) const {
@@ -27,6 +33,18 @@ struct CloseMovie {
 };
 // A movie that is closed before it goes.
 using MovieHandle = std::unique_ptr<CVideo, CloseMovie>;
+
+// Closes a movie that others own when the work on it ends.
+class ClosesBehind {
+public:
+    explicit ClosesBehind(CVideo& movie) : movie_(movie) {}
+    ~ClosesBehind() { movie_.CloseVideo(); }
+    ClosesBehind(const ClosesBehind&) = delete;
+    ClosesBehind& operator=(const ClosesBehind&) = delete;
+
+private:
+    CVideo& movie_;
+};
 
 // Creates a movie in a temporary file. An older file of that name, which may be open as a source,
 // keeps its data for those who have it open. Null if there is no memory.
@@ -38,12 +56,15 @@ MovieHandle make_temporary_movie(int rows, int cols, int frames, int file_format
 // there.
 class Successor {
 public:
-    explicit Successor(const char* path);
+    Successor() = default;
     ~Successor();
     Successor(const Successor&) = delete;
     Successor& operator=(const Successor&) = delete;
 
-    // Null if it can't be made, as for a file that mayn't be written.
+    // Makes an empty file beside that at `path`; not if that one mayn't be written.
+    void make(const char* path);
+
+    // Null if none was made.
     const char* path() const { return path_.empty() ? nullptr : path_.c_str(); }
 
     // False if it can't take the place.

@@ -97,10 +97,10 @@ bool TqSource::open(FileHandle file) {
     TqHeader not_empty = header; // a movie without rows or columns may be opened as well
     not_empty.nrows = std::max(header.nrows, 1);
     not_empty.ncols = std::max(header.ncols, 1);
-    if (!tq_header_is_believable(not_empty, 1, bytes_left(file.get())))
+    if (!tq_header_is_believable(not_empty, bytes_left(file.get())))
         return false;
-    std::unique_ptr<CImage> first(new (std::nothrow)
-                                      CImage(header.nrows, header.ncols, header.image_type, 0, 0));
+    std::unique_ptr<CImage> first(new (std::nothrow) CImage(
+        header.nrows, header.ncols, header.image_type, FileFormat::none, PixelFormat::none));
     if (!first || (!first->pixels && channel_count(header.image_type) != 0))
         return false;
     float last = 0.0f;

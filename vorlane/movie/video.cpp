@@ -16,6 +16,7 @@
 #include <vorlane/imagefiles/image_files.h>
 #include <vorlane/movie/avi_sink.h>
 #include <vorlane/movie/avi_source.h>
+#include <vorlane/movie/memory_guard.h>
 #include <vorlane/movie/movie_files.h>
 #include <vorlane/movie/tq_movie.h>
 #include <vorlane/movie/tq_sink.h>
@@ -35,12 +36,13 @@ int with_source(CVideo& movie, Act act) {
         source = &avi;
     else if (movie.file_format == FileFormat::tq)
         source = &tq;
-    return source && source->is_open() ? act(*source) : 0;
+    return source && source->is_open() ? unless_out_of_memory(0, [&] { return act(*source); }) : 0;
 }
 
-// Calls act(sink) if the movie is open for writing; whether it is.
+// Whether act(sink) says that it has failed, or there was no memory for it; false if the movie isn't
+// open for writing.
 template<class Act>
-bool with_sink(CVideo& movie, Act act) {
+bool fails_with_sink(CVideo& movie, Act act) {
     AviSink avi(movie);
     TqSink tq(movie);
     MovieSink* sink = nullptr;
@@ -50,8 +52,7 @@ bool with_sink(CVideo& movie, Act act) {
         sink = &tq;
     if (!sink || !sink->is_open())
         return false;
-    act(*sink);
-    return true;
+    return unless_out_of_memory(true, [&] { return act(*sink); });
 }
 
 // Converts a frame to the kind that a sink takes, and writes it.
@@ -137,10 +138,10 @@ int CVideo::OpenVideo(const char* path) {
         show_failure(cant_open);
         return 0;
     }
-    const bool is_written = with_sink(*this, [](MovieSink&) {});
+    const bool is_written = fails_with_sink(*this, [](MovieSink&) { return true; });
     if (is_written && are_one_file(name, file_name))
         CloseVideo(); // or there would be only a part to open
-    FileHandle file(open_file(name, "rb"));
+    FileHandle file(is_regular_file(name) ? open_file(name, "rb") : nullptr);
     char line[256];
     if (file)
         read_line(file.get(), line, sizeof line);
@@ -153,7 +154,9 @@ int CVideo::OpenVideo(const char* path) {
         file.reset();
         is_open = AviSource(*this).open(name);
     } else if (are_equal(line, "TQ")) {
-        is_open = seek_to(file.get(), 0) && TqSource(*this).open(std::move(file));
+        is_open = seek_to(file.get(), 0) && unless_out_of_memory(false, [&] {
+                      return TqSource(*this).open(std::move(file));
+                  });
         if (!is_open)
             show_failure(cant_open);
     }
@@ -164,7 +167,7 @@ int CVideo::OpenVideo(const char* path) {
 
 int CVideo::CloseVideo() {
     if (!close_files())
-        show_failure("CVideo: Can't write file");
+        show_failure(cant_write_movie);
     return 1;
 }
 
@@ -231,21 +234,20 @@ int CVideo::GetPreviousFrame(const int* table) {
 
 int CVideo::read_tqf_frame(CImage* target) {
     if (TqSource source(*this); source.is_open())
-        source.read(target);
+        unless_out_of_memory(false, [&] { return source.read(target); });
     return 1;
 }
 
 int CVideo::WriteCurrentFrame(const CImage* frame) {
-    if (frame) {
-        with_sink(*this, [&](MovieSink& sink) {
-            write_failed_ = !write_converted(sink, *frame) || write_failed_;
-        });
-    }
+    if (frame &&
+        fails_with_sink(*this, [&](MovieSink& sink) { return !write_converted(sink, *frame); }))
+        write_failed_ = true;
     return 1;
 }
 
 int CVideo::write_tqf_frame(const CImage* frame) {
-    if (TqSink sink(*this); frame && sink.is_open() && !sink.write(frame->pixels))
+    if (TqSink sink(*this); frame && sink.is_open() &&
+                            !unless_out_of_memory(false, [&] { return sink.write(frame->pixels); }))
         write_failed_ = true;
     return 1;
 }

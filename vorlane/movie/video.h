@@ -178,6 +178,8 @@ private:
 
     bool create(const char* path, int rows, int cols, int frames, int file_code, int pixel_code,
                 int type);
+    bool copy_frames(const char* path, int to_format, int to_type, int normalize,
+                     int to_pixel_format);
     bool close_files();
     void drop_dib();
 

@@ -11,6 +11,7 @@
 #include <vorlane/image/codes.h>
 #include <vorlane/image/failure.h>
 #include <vorlane/image/image_parts.h>
+#include <vorlane/movie/memory_guard.h>
 #include <vorlane/movie/movie_files.h>
 
 using namespace vorlane;
@@ -84,48 +85,55 @@ CVideo* VideoFromYUV(const char* path, int rows, int cols, int frames, int chrom
     if (frame_rows < 1 || frame_cols < 1 || cols < 2 || frames < 0 ||
         (chroma_mode != 0 && chroma_mode != 1) || (is_odd && !halves))
         return nullptr;
-    const int chroma_rows = chroma_mode == 0 ? rows / 2 : rows;
-    const int chroma_cols = cols / 2;
-    const auto frame = make_zero_image(frame_rows, frame_cols, ImageType::colour, 0, 0);
-    MovieHandle movie =
-        make_temporary_movie(frame_rows, frame_cols, frames, FileFormat::avi, 0, ImageType::colour);
-    const auto y_plane = make_zero_image(rows, cols, ImageType::gray, 0, 0);
-    const auto u_plane = make_zero_image(chroma_rows, chroma_cols, ImageType::gray, 0, 0);
-    const auto v_plane = make_zero_image(chroma_rows, chroma_cols, ImageType::gray, 0, 0);
-    if (!frame || !movie || !y_plane || !u_plane || !v_plane)
-        return nullptr;
-    const FileHandle file(open_file(path, "rb"));
-    if (!file) {
-        movie.reset();
-        show_failure(cant_open);
-        return nullptr;
-    }
-
-    const Factors luma = halves ? Factors{0.5f, 0.5f} : Factors{1.0f, 1.0f};
-    const Factors chroma = chroma_mode == 0 ? (halves ? Factors{1.0f, 1.0f} : Factors{2.0f, 2.0f})
-                                            : (halves ? Factors{0.5f, 1.0f} : Factors{1.0f, 2.0f});
-    PlaneReader reader(file.get());
-    const bool is_created = movie->file_format != 0;
-    for (int n = 0; is_created && n < frames; ++n) {
-        reader.read(*y_plane);
-        reader.read(*u_plane);
-        reader.read(*v_plane);
-        if (std::ferror(file.get())) {
+    return unless_out_of_memory(static_cast<CVideo*>(nullptr), [&]() -> CVideo* {
+        const int chroma_rows = chroma_mode == 0 ? rows / 2 : rows;
+        const int chroma_cols = cols / 2;
+        const auto frame = make_zero_image(frame_rows, frame_cols, ImageType::colour,
+                                           FileFormat::none, PixelFormat::none);
+        MovieHandle movie = make_temporary_movie(frame_rows, frame_cols, frames, FileFormat::avi,
+                                                 PixelFormat::none, ImageType::colour);
+        const auto y_plane =
+            make_zero_image(rows, cols, ImageType::gray, FileFormat::none, PixelFormat::none);
+        const auto u_plane = make_zero_image(chroma_rows, chroma_cols, ImageType::gray,
+                                             FileFormat::none, PixelFormat::none);
+        const auto v_plane = make_zero_image(chroma_rows, chroma_cols, ImageType::gray,
+                                             FileFormat::none, PixelFormat::none);
+        if (!frame || !movie || !y_plane || !u_plane || !v_plane)
+            return nullptr;
+        const FileHandle file(open_file(path, "rb"));
+        if (!file) {
             movie.reset();
             show_failure(cant_open);
             return nullptr;
         }
-        const auto y = brought_to_size(*y_plane, luma);
-        const auto u = brought_to_size(*u_plane, chroma);
-        const auto v = brought_to_size(*v_plane, chroma);
-        for (const auto* plane : {y.get(), u.get(), v.get()}) {
-            if (!plane || !plane_holds(plane->pixels, frame_rows, frame_cols))
+
+        const Factors luma = halves ? Factors{0.5f, 0.5f} : Factors{1.0f, 1.0f};
+        const Factors chroma = chroma_mode == 0
+                                   ? (halves ? Factors{1.0f, 1.0f} : Factors{2.0f, 2.0f})
+                                   : (halves ? Factors{0.5f, 1.0f} : Factors{1.0f, 2.0f});
+        PlaneReader reader(file.get());
+        const bool is_created = movie->file_format != 0;
+        for (int n = 0; is_created && n < frames; ++n) {
+            reader.read(*y_plane);
+            reader.read(*u_plane);
+            reader.read(*v_plane);
+            if (std::ferror(file.get())) {
+                movie.reset();
+                show_failure(cant_open);
                 return nullptr;
+            }
+            const auto y = brought_to_size(*y_plane, luma);
+            const auto u = brought_to_size(*u_plane, chroma);
+            const auto v = brought_to_size(*v_plane, chroma);
+            for (const auto* plane : {y.get(), u.get(), v.get()}) {
+                if (!plane || !plane_holds(plane->pixels, frame_rows, frame_cols))
+                    return nullptr;
+            }
+            for (int i = 0; i < frame_rows; ++i)
+                convert_row(y->pixels[i], u->pixels[i], v->pixels[i], frame->pixels[i], frame_cols);
+            movie->WriteCurrentFrame(frame.get());
         }
-        for (int i = 0; i < frame_rows; ++i)
-            convert_row(y->pixels[i], u->pixels[i], v->pixels[i], frame->pixels[i], frame_cols);
-        movie->WriteCurrentFrame(frame.get());
-    }
-    movie->CloseVideo();
-    return movie.release();
+        movie->CloseVideo();
+        return movie.release();
+    });
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <filesystem>
 #include <limits>
 #include <memory>
 #include <new>
@@ -106,6 +107,9 @@ int AVIFileOpenA(PAVIFILE* file, const char* path, unsigned mode, const void*) {
     if (!creates && (mode & mode_any_write) != 0)
         return AVIERR_UNSUPPORTED;
     return guarded([&] {
+        std::error_code error;
+        if (!creates && (!path || !std::filesystem::is_regular_file(path, error)))
+            return AVIERR_FILEOPEN; // what has no end, such as a pipe
         FileHandle stream(open_file(path, creates ? "wb" : "rb"));
         if (!stream)
             return AVIERR_FILEOPEN;
