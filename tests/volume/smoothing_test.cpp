@@ -133,6 +133,7 @@ TEST(SmoothVolume, CodesAndPlanes) {
 
 TEST(SmoothVolume, SlicesOfAColourVolumeHaveRoomForColour) {
     const CVolume volume(4, 5, 6, 1, 4, 6);
+    EXPECT_EQ(samples_of(volume.slices[3]), Line(5 * 18, 0.0f));
     const VolumePtr result(volume.smooth_volume(1.0f));
     ASSERT_NE(result, nullptr);
     EXPECT_EQ(samples_of(result->slices[3]), Line(5 * 18, 0.0f));

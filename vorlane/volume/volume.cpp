@@ -1,6 +1,11 @@
 #include <vorlane/volume/volume.h>
 
+#include <cstdint>
 #include <new>
+
+#include <vorlane/image/plane.h>
+
+using namespace vorlane;
 
 constinit CRuntimeClass CVolume::classCVolume = {
     "CVolume", sizeof(CVolume), 0, &CVolume::CreateObject, &CObject::_GetBaseClass, nullptr};
@@ -22,13 +27,14 @@ CVolume::CVolume(int slice_count, int rows, int cols, int type, int file_code, i
       file_format(file_code), slices(nullptr), made_(nullptr), made_count_(0) {
     if (!make_slices(slice_count))
         return;
+    const int channels = type == ImageType::colour ? 3 : 1;
     for (int k = 0; k < slice_count; ++k) {
         CImage& slice = slices[k];
         slice.nrows = rows;
         slice.ncols = cols;
         slice.image_type = type;
         slice.pixel_format = pixel_code;
-        slice.pixels = make_2D_float_array(rows, cols);
+        slice.pixels = make_plane(rows, std::int64_t{channels} * cols);
     }
 }
 

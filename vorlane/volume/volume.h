@@ -33,7 +33,8 @@ public:
     CVolume();
 
     // A volume of zeros. Mind the order: the number of slices comes first, and file_format before
-    // pixel_format. Each slice has ncols columns whatever its type, and keeps file_format 4. A
+    // pixel_format. Each slice keeps file_format 4; of a colour slice, filters use the first ncols
+    // samples of each row. A
     // number of slices below 1 makes no array, nor does one that the machine has no memory for; a
     // negative number of rows or columns makes slices without pixels.
     CVolume(int nslices, int nrows, int ncols, int image_type, int file_format, int pixel_format);
