@@ -66,9 +66,9 @@ TEST(Plane, StackHandsOutPlanesOfTheirOwn) {
     constexpr int rows = 300, cols = 7000,
                   count = 9; // 8 MB each: several to a block, several blocks
     PlaneStack stack(rows, cols, Fill::zeros, count);
-    std::vector<PlaneHandle> planes;
+    std::vector<Plane> planes;
     for (int k = 0; k < count; ++k) {
-        planes.emplace_back(stack.next());
+        planes.push_back(stack.next());
         ASSERT_TRUE(plane_holds(planes.back().get(), rows, cols));
         for (int i = 0; i < rows; ++i) {
             float* const row = planes.back().get()[i];
@@ -77,15 +77,15 @@ TEST(Plane, StackHandsOutPlanesOfTheirOwn) {
             std::fill(row, row + cols, static_cast<float>(k));
         }
     }
-    EXPECT_EQ(stack.next(), nullptr);
+    EXPECT_THROW(stack.next(), std::bad_alloc);
     for (const int k : {4, 0, 8, 3})
-        planes[static_cast<std::size_t>(k)].reset();
+        planes[static_cast<std::size_t>(k)] = Plane();
     for (const int k : {1, 2, 5, 6, 7}) {
         const float* const* const plane = planes[static_cast<std::size_t>(k)].get();
         EXPECT_EQ(plane[0][0], static_cast<float>(k));
         EXPECT_EQ(plane[rows - 1][cols - 1], static_cast<float>(k));
     }
-    EXPECT_EQ(PlaneStack(-1, 4, Fill::none, 3).next(), nullptr);
+    EXPECT_THROW(PlaneStack(-1, 4, Fill::none, 3).next(), std::bad_alloc);
 }
 
 TEST(Arrays, IntsStartAtZero) {

@@ -117,10 +117,22 @@ float** place_plane(PlaneBlock* block, unsigned char* at, std::int64_t rows, std
     return plane;
 }
 
+// The only plane of a block, which may be null.
+float** place_alone(PlaneBlock* block, std::int64_t rows, std::int64_t cols) {
+    if (!block)
+        return nullptr;
+    float** const plane =
+        place_plane(block, reinterpret_cast<unsigned char*>(block + 1), rows, cols);
+    release(block);
+    return plane;
+}
+
 } // namespace
 
 float** make_plane(std::int64_t rows, std::int64_t cols, Fill fill) {
-    return PlaneStack(rows, cols, fill, 1).next();
+    const std::size_t size = bytes_of_plane(rows, cols);
+    return size == 0 ? nullptr
+                     : place_alone(make_block(sizeof(PlaneBlock) + size, fill), rows, cols);
 }
 
 PlaneStack::PlaneStack(std::int64_t rows, std::int64_t cols, Fill fill, std::size_t count)
@@ -131,20 +143,20 @@ PlaneStack::~PlaneStack() {
     release(block_);
 }
 
-float** PlaneStack::next() {
+Plane PlaneStack::next() {
     constexpr std::size_t preferred_block = std::size_t{32} << 20;
     if (left_ == 0 || plane_size_ == 0)
-        return nullptr;
+        throw std::bad_alloc();
     if (left_in_block_ == 0) {
         release(std::exchange(block_, nullptr));
         const std::size_t planes = std::clamp<std::size_t>(preferred_block / plane_size_, 1, left_);
         block_ = make_block(sizeof(PlaneBlock) + planes * plane_size_, fill_);
         if (!block_)
-            return nullptr;
+            throw std::bad_alloc();
         at_ = reinterpret_cast<unsigned char*>(block_ + 1);
         left_in_block_ = planes;
     }
-    float** const plane = place_plane(block_, at_, rows_, cols_);
+    Plane plane(place_plane(block_, at_, rows_, cols_));
     at_ += plane_size_;
     --left_in_block_;
     --left_;
@@ -153,14 +165,8 @@ float** PlaneStack::next() {
 
 float** make_row_table(std::int64_t rows, std::int64_t cols) {
     const std::size_t size = bytes_of_plane(rows, 0);
-    PlaneBlock* const block =
-        size == 0 ? nullptr : make_block(sizeof(PlaneBlock) + size, Fill::none);
-    if (!block)
-        return nullptr;
-    float** const plane =
-        place_plane(block, reinterpret_cast<unsigned char*>(block + 1), rows, cols);
-    release(block);
-    return plane;
+    return size == 0 ? nullptr
+                     : place_alone(make_block(sizeof(PlaneBlock) + size, Fill::none), rows, cols);
 }
 
 std::int64_t plane_rows(const float* const* plane) {

@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <new>
+#include <utility>
 
 #include <vorlane/image/arrays.h>
 
@@ -20,6 +22,52 @@ float** make_plane(std::int64_t rows, std::int64_t cols, Fill fill = Fill::zeros
 // A plane's row pointers alone, whatever they point to; null if there is no memory.
 float** make_row_table(std::int64_t rows, std::int64_t cols);
 
+// The size that the plane was made with. Only for planes made by this library. An image's fields
+// may have changed since its planes were made, so whoever touches a plane that an earlier call left
+// asks here.
+std::int64_t plane_rows(const float* const* plane);
+std::int64_t plane_cols(const float* const* plane);
+
+// True if `plane` exists and has at least rows x cols samples.
+bool plane_holds(const float* const* plane, std::int64_t rows, std::int64_t cols);
+
+// A plane that owns itself, or none.
+class Plane {
+public:
+    Plane() = default;
+
+    // Throws std::bad_alloc if the plane can't be: a size is negative, or there is no memory.
+    Plane(std::int64_t rows, std::int64_t cols, Fill fill = Fill::zeros)
+        : plane_(make_plane(rows, cols, fill)) {
+        if (!plane_)
+            throw std::bad_alloc();
+    }
+
+    // Takes over a plane, or null.
+    explicit Plane(float** plane) noexcept : plane_(plane) {}
+
+    Plane(Plane&& other) noexcept : plane_(other.release()) {}
+    Plane& operator=(Plane&& other) noexcept {
+        free_2D_float_array(std::exchange(plane_, other.release()));
+        return *this;
+    }
+    ~Plane() { free_2D_float_array(plane_); }
+
+    explicit operator bool() const { return plane_ != nullptr; }
+    std::int64_t rows() const { return plane_ ? plane_rows(plane_) : 0; }
+    std::int64_t cols() const { return plane_ ? plane_cols(plane_) : 0; }
+
+    float* operator[](std::int64_t row) const { return plane_[row]; }
+    float** get() const { return plane_; }
+
+    // Gives it away; there is none afterwards.
+    float** release() { return std::exchange(plane_, nullptr); }
+    void hand_to(float**& field) { free_2D_float_array(std::exchange(field, release())); }
+
+private:
+    float** plane_ = nullptr;
+};
+
 struct PlaneBlock;
 
 // Hands out up to `count` planes of one size that share large blocks of memory: the slices of a
@@ -32,8 +80,9 @@ public:
     PlaneStack(const PlaneStack&) = delete;
     PlaneStack& operator=(const PlaneStack&) = delete;
 
-    // The next plane; null if there is no memory, if a size makes no sense, or behind the last one.
-    float** next();
+    // The next plane. Throws std::bad_alloc if there is no memory, if a size makes no sense, or
+    // behind the last one.
+    Plane next();
 
 private:
     std::int64_t rows_;
@@ -45,15 +94,6 @@ private:
     unsigned char* at_ = nullptr;
     std::size_t left_in_block_ = 0;
 };
-
-// The size that the plane was made with. Only for planes made by this library. An image's fields
-// may have changed since its planes were made, so whoever touches a plane that an earlier call left
-// asks here.
-std::int64_t plane_rows(const float* const* plane);
-std::int64_t plane_cols(const float* const* plane);
-
-// True if `plane` exists and has at least rows x cols samples.
-bool plane_holds(const float* const* plane, std::int64_t rows, std::int64_t cols);
 
 struct FreePlane {
     void operator()(float** plane) const { free_2D_float_array(plane); }

@@ -7,6 +7,7 @@
 #include <vorlane/bytes/input_file.h>
 #include <vorlane/bytes/samples.h>
 #include <vorlane/image/failure.h>
+#include <vorlane/image/guard.h>
 #include <vorlane/image/plane.h>
 #include <vorlane/imagefiles/image_files.h>
 
@@ -207,25 +208,28 @@ int CVolume::ReadV2Volume(const char* path) {
     if (!stack_is_believable(nrows, ncols, nslices, std::max<std::int64_t>(unit, 1), available) ||
         !make_slices(nslices))
         return fail();
-    BlockReader reader(file.get());
-    // Planes that the file doesn't fill are made of zeros, which take memory only when touched.
-    const std::int64_t slice_bytes = std::int64_t{nrows} * ncols * unit;
-    std::int64_t left = available;
-    PlaneStack whole_slices(nrows, ncols, Fill::none, static_cast<std::size_t>(nslices));
-    for (int k = 0; k < nslices; ++k, left -= slice_bytes) {
-        CImage& slice = slices[k];
-        slice.nrows = nrows;
-        slice.ncols = ncols;
-        slice.pixel_format = pixel_format;
-        slice.file_format = raw_slice_code;
-        const Fill fill = unit > 0 && left >= slice_bytes ? Fill::none : Fill::zeros;
-        slice.pixels = fill == Fill::none ? whole_slices.next() : make_plane(nrows, ncols);
-        if (!slice.pixels) {
-            make_slices(0);
-            return fail();
+    const auto read_slices = [&] {
+        BlockReader reader(file.get());
+        // Planes that the file doesn't fill are made of zeros, which take memory only when touched.
+        const std::int64_t slice_bytes = std::int64_t{nrows} * ncols * unit;
+        std::int64_t left = available;
+        PlaneStack whole_slices(nrows, ncols, Fill::none, static_cast<std::size_t>(nslices));
+        for (int k = 0; k < nslices; ++k, left -= slice_bytes) {
+            CImage& slice = slices[k];
+            slice.nrows = nrows;
+            slice.ncols = ncols;
+            slice.pixel_format = pixel_format;
+            slice.file_format = raw_slice_code;
+            const Fill fill = unit > 0 && left >= slice_bytes ? Fill::none : Fill::zeros;
+            Plane plane = fill == Fill::none ? whole_slices.next() : Plane(nrows, ncols);
+            slice.pixels = plane.release();
+            if (unit > 0)
+                read_slice(reader, slice, fill);
         }
-        if (unit > 0)
-            read_slice(reader, slice, fill);
-    }
-    return 1;
+        return true;
+    };
+    if (guarded(read_slices))
+        return 1;
+    make_slices(0);
+    return fail();
 }

@@ -21,9 +21,9 @@ public:
         for (const int k : indices) {
             CImage& slice = volume.slices[k];
             slices_.push_back(&slice);
-            PlaneHandle made;
+            Plane made;
             if (!plane_holds(slice.*field, slice.nrows, slice.ncols))
-                made.reset(stack.next());
+                made = stack.next();
             planes_.push_back(made ? made.get() : slice.*field);
             made_.push_back(std::move(made));
         }
@@ -52,7 +52,7 @@ private:
     float** CImage::*field_;
     std::vector<CImage*> slices_;
     std::vector<float**> planes_;
-    std::vector<PlaneHandle> made_;
+    std::vector<Plane> made_;
 };
 
 void clear(float* const* plane, std::size_t rows, std::size_t cols) {

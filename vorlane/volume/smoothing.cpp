@@ -56,7 +56,7 @@ bool make_like(const CImage& source, CImage& slice, PlaneStack& gray_planes) {
     slice.image_type = source.image_type;
     slice.pixel_format = source.pixel_format;
     slice.file_format = source.file_format;
-    slice.pixels = source.image_type == 0 ? gray_planes.next()
+    slice.pixels = source.image_type == 0 ? gray_planes.next().release()
                                           : make_plane(source.nrows, samples_per_row(source));
     return slice.pixels != nullptr;
 }
