@@ -7,6 +7,8 @@
 #include <fstream>
 #include <random>
 
+#include <sys/stat.h>
+
 #include <gtest/gtest.h>
 
 #include <support/avi_files.h>
@@ -15,6 +17,8 @@
 #include <vorlane/avi/avi_writer.h>
 
 namespace {
+
+using std::string_literals::operator""s;
 
 // An AVI file that is open for reading.
 class Reading {
@@ -27,6 +31,8 @@ public:
         if (stream)
             frames = AVIStreamGetFrameOpen(stream, nullptr);
     }
+    Reading(const ScratchFolder& folder, const std::string& bytes)
+        : Reading(folder.write("f.avi", bytes)) {}
     ~Reading() {
         AVIStreamRelease(stream);
         AVIFileRelease(file);
@@ -98,67 +104,56 @@ TEST(AviRecords, HaveTheirSizes) {
 
 TEST(AviReading, GivesUncompressedFramesOfEveryDepth) {
     const ScratchFolder folder;
-    const auto open = [&](int height, int bits, const std::string& frame, std::string_view table) {
-        return folder.write(
-            "f.avi", avi::file(3, 2, avi::stream("vids", avi::format(3, height, bits, 0, table)),
-                               avi::chunk("00db", frame)));
+    const auto shown = [&](const std::string& format, const std::string& frame) {
+        return Reading(folder, avi::video(format, avi::chunk("00db", frame))).pixels(0);
     };
-    using std::string_literals::operator""s;
-    {
-        const std::string frame = "abcdefghi\0\0\0ABCDEFGHI\0\0\0"s;
-        EXPECT_EQ(Reading(open(2, 24, frame, "")).pixels(0), frame);
-        EXPECT_EQ(Reading(open(-2, 24, frame, "")).pixels(0),
-                  frame.substr(12) + frame.substr(0, 12));
-        // Rows without their filling bytes, and a chunk that is too short even so.
-        EXPECT_EQ(Reading(open(2, 24, "abcdefghiABCDEFGHI", "")).pixels(0), frame);
-        EXPECT_EQ(Reading(open(2, 24, "abcdefghiABCDEFGH", "")).pixels(0), "none");
-    }
-    EXPECT_EQ(Reading(open(2, 32, "abcxdefxghixABCxDEFxGHIx", "")).pixels(0),
-              "abcdefghi\0\0\0ABCDEFGHI\0\0\0"s);
+    const std::string plain = avi::format(3, 2, 24);
+    const std::string frame = "abcdefghi\0\0\0ABCDEFGHI\0\0\0"s;
+    EXPECT_EQ(shown(plain, frame), frame);
+    EXPECT_EQ(shown(avi::format(3, -2, 24), frame), frame.substr(12) + frame.substr(0, 12));
+    // Rows without their filling bytes, and a chunk that is too short even so.
+    EXPECT_EQ(shown(plain, "abcdefghiABCDEFGHI"), frame);
+    EXPECT_EQ(shown(plain, "abcdefghiABCDEFGH"), "none");
+    EXPECT_EQ(shown(avi::format(3, 2, 32), "abcxdefxghixABCxDEFxGHIx"), frame);
     // Index 3 is beyond the table, and so black.
-    EXPECT_EQ(Reading(open(2, 8, "\0\1\2\0\2\3\1\0"s, three_colours)).pixels(0),
-              indexed({"012", "201"}));
-    EXPECT_EQ(Reading(open(-2, 8, "\0\1\2\0\2\3\1\0"s, three_colours)).pixels(0),
-              indexed({"201", "012"}));
+    const std::string indices = "\0\1\2\0\2\3\1\0"s;
+    EXPECT_EQ(shown(avi::format(3, 2, 8, 0, three_colours), indices), indexed({"012", "201"}));
+    EXPECT_EQ(shown(avi::format(3, -2, 8, 0, three_colours), indices), indexed({"201", "012"}));
     // Gray levels, the top row first, whatever the height says.
-    EXPECT_EQ(
-        Reading(folder.write("f.avi",
-                             avi::file(3, 2, avi::stream("vids", avi::format(3, 2, 8, 0x30303859)),
-                                       avi::chunk("00dc", "abcdef"))))
-            .pixels(0),
-        "dddeeefff\0\0\0aaabbbccc\0\0\0"s);
+    EXPECT_EQ(shown(avi::format(3, 2, 8, 0x30303859), "abcdef"), "dddeeefff\0\0\0aaabbbccc\0\0\0"s);
     // 5 bits each: red 31, green 1, blue 16; the top bit doesn't count.
     const std::string pixel = avi::little16(31 << 10 | 1 << 5 | 16 | 1 << 15);
-    EXPECT_EQ(Reading(open(2, 16, pixel + std::string(14, '\0'), "")).pixels(0).substr(0, 3),
+    EXPECT_EQ(shown(avi::format(3, 2, 16), pixel + std::string(14, '\0')).substr(0, 3),
               colour(132, 8, 255));
+    // Nothing to see: no byte of a picture is touched.
+    EXPECT_EQ(shown(avi::format(0, 4, 8), "\5\1"), "");
+    EXPECT_EQ(shown(avi::format(0, 4, 8, 1), "\5\1"), "");
+    EXPECT_EQ(shown(avi::format(4, 0, 8), ""), "");
 }
 
 TEST(AviReading, PaintsRunLengthsFrameUponFrame) {
-    using std::string_literals::operator""s;
     const ScratchFolder folder;
     const std::string whole = "\5\1\0\0\5\2\0\0\5\1\0\1"s;
     const std::string part = "\0\2\1\1\2\0\0\1"s; // move by 1, 1; two pixels
     const std::string literal = "\0\3\1\2\1\0\0\0\0\5\2\2\2\2\2\0\0\1"s;
     const std::string wild = "\377\2\0\2\377\0\4\1\0\0\0\1"s; // leaves its row, twice
-    const std::string path = folder.write(
-        "f.avi", avi::file(5, 3, avi::stream("vids", avi::format(5, 3, 8, 1, three_colours)),
-                           avi::chunk("00dc", part) + avi::chunk("00dc", whole) +
-                               avi::chunk("00dc", part) + avi::chunk("00dc", literal) +
-                               avi::chunk("00dc", "") + avi::chunk("00dc", wild)));
-    const std::string expected[] = {
-        indexed({"00000", "00000", "00000"}), indexed({"11111", "22222", "11111"}),
-        indexed({"11111", "20022", "11111"}), indexed({"12111", "22222", "11111"}),
-        indexed({"12111", "22222", "11111"}), indexed({"22222", "22222", "11111"})};
-    std::string literal_row = expected[3];
-    literal_row.replace(0, 9, indexed({"121"}).substr(0, 9));
+    std::string chunks;
+    for (const std::string& frame : {part, whole, part, literal, ""s, wild})
+        chunks += avi::chunk("00dc", frame);
+    const std::string bytes = avi::video(avi::format(5, 3, 8, 1, three_colours), chunks);
+    const std::string after_literal = indexed({"12111", "22222", "11111"});
+    const std::string expected[] = {indexed({"00000", "00000", "00000"}),
+                                    indexed({"11111", "22222", "11111"}),
+                                    indexed({"11111", "20022", "11111"}),
+                                    after_literal,
+                                    after_literal,
+                                    indexed({"22222", "22222", "11111"})};
     for (const bool forward : {true, false}) {
-        const Reading movie(path);
+        const Reading movie(folder, bytes);
         ASSERT_EQ(movie.count(), 6);
         for (int k = 0; k < 6; ++k) {
             const int number = forward ? k : 5 - k;
-            EXPECT_EQ(movie.pixels(number),
-                      number == 3 || number == 4 ? literal_row : expected[number])
-                << number << forward;
+            EXPECT_EQ(movie.pixels(number), expected[number]) << number << forward;
         }
     }
 }
@@ -179,7 +174,7 @@ TEST(AviReading, FindsItsFramesAmongOtherChunks) {
     const std::string whole = avi::file(2, 1, avi::list("INFO", avi::chunk("ISFT", "x")) + streams,
                                         frames, avi::chunk("idx1", std::string(32, '\0'))) +
                               second;
-    const Reading movie(folder.write("f.avi", whole));
+    const Reading movie(folder, whole);
     ASSERT_EQ(movie.count(), 3);
     EXPECT_EQ(movie.pixels(2), c);
     EXPECT_EQ(movie.pixels(0), a);
@@ -198,44 +193,35 @@ TEST(AviReading, ShowsEmptyFramesAsTheOneBefore) {
     const ScratchFolder folder;
     const std::string a(8, 'a');
     const std::string b(8, 'b');
-    const auto open = [&](std::initializer_list<std::string> frames) {
-        std::string chunks;
-        for (const std::string& frame : frames)
-            chunks += avi::chunk("00dc", frame) + avi::chunk("01wb", "sound");
-        return folder.write("f.avi",
-                            avi::file(2, 1, avi::stream("vids", avi::format(2, 1, 24)), chunks));
-    };
-    const Reading movie(open({"", "", a, "", b, ""}));
+    std::string chunks;
+    for (const std::string& frame : {""s, ""s, a, ""s, b, ""s})
+        chunks += avi::chunk("00dc", frame) + avi::chunk("01wb", "sound");
+    const std::string format = avi::format(2, 1, 24);
+    const Reading movie(folder, avi::video(format, chunks));
     ASSERT_EQ(movie.count(), 6);
     for (const int number : {5, 4, 3, 2, 1, 0, 5})
         EXPECT_EQ(movie.pixels(number), number < 4 ? a : b) << number;
-    EXPECT_EQ(Reading(open({"", ""})).pixels(1), "none");
+    EXPECT_EQ(Reading(folder, avi::video(format, avi::chunk("00dc", ""))).pixels(0), "none");
 }
 
 // Also upon each other, partly, and going back.
 TEST(AviReading, ChangesThePaletteAtItsPlace) {
-    using std::string_literals::operator""s;
     const ScratchFolder folder;
-    const std::string frame = avi::chunk("00db", "\0\1\2\0"s);
-    const std::string runs = avi::chunk("00dc", "\0\3\0\1\2\0\0\1"s);
     for (const bool is_run_length : {false, true}) {
-        const std::string& picture = is_run_length ? runs : frame;
-        const std::string path = folder.write(
-            "f.avi",
-            avi::file(3, 1, avi::stream("vids", avi::format(3, 1, 8, is_run_length, three_colours)),
-                      picture + avi::chunk("00pc", "\1\1\0\0rgb\0"s) + picture + picture +
-                          avi::chunk("00pc", "\2\0\0\0RGB\0"s) +  // fewer than it states
-                          avi::chunk("00pc", "\0\1\0\0xyz\0w"s) + // more
-                          avi::chunk("00pc", "\0\1\0"s) + picture));
-        const Reading movie(path);
+        const std::string frame =
+            avi::chunk("00dc", is_run_length ? "\0\3\0\1\2\0\0\1"s : "\0\1\2\0"s);
+        const std::string chunks = frame + avi::chunk("00pc", "\1\1\0\0rgb\0"s) + frame + frame +
+                                   avi::chunk("00pc", "\2\0\0\0RGB\0"s) +  // fewer than it states
+                                   avi::chunk("00pc", "\0\1\0\0xyz\0w"s) + // more
+                                   avi::chunk("00pc", "\0\1\0"s) + frame;
+        const Reading movie(folder,
+                            avi::video(avi::format(3, 1, 8, is_run_length, three_colours), chunks));
         const std::string start = indexed({"012"});
         const std::string middle = start.substr(0, 3) + "bgr" + start.substr(6);
         const std::string end = "zyxbgrBGR" + start.substr(9);
+        const std::string expected[] = {start, middle, middle, end};
         for (const int number : {0, 1, 2, 3, 2, 0, 3, 1})
-            EXPECT_EQ(movie.pixels(number), number == 0  ? start
-                                            : number < 3 ? middle
-                                                         : end)
-                << number << is_run_length;
+            EXPECT_EQ(movie.pixels(number), expected[number]) << number << is_run_length;
     }
 }
 
@@ -243,12 +229,12 @@ TEST(AviReading, ChangesThePaletteAtItsPlace) {
 TEST(AviReading, SurvivesEveryTruncation) {
     const ScratchFolder folder;
     const std::string frame = random_bytes(24, 1);
-    const std::string whole = avi::file(3, 2, avi::stream("vids", avi::format(3, 2, 24)),
-                                        avi::chunk("00db", frame) + avi::chunk("JUNK", "odd") +
-                                            avi::chunk("00db", frame));
+    const std::string chunk = avi::chunk("00db", frame);
+    const std::string whole =
+        avi::video(avi::format(3, 2, 24), chunk + avi::chunk("JUNK", "odd") + chunk);
     const std::size_t first_end = whole.find(frame) + frame.size();
     for (std::size_t length = 0; length <= whole.size(); ++length) {
-        const Reading movie(folder.write("f.avi", whole.substr(0, length)));
+        const Reading movie(folder, whole.substr(0, length));
         EXPECT_TRUE(length >= 12 || movie.result == AVIERR_BADFORMAT) << length;
         if (!movie.stream)
             continue;
@@ -260,50 +246,36 @@ TEST(AviReading, SurvivesEveryTruncation) {
 
 TEST(AviReading, RefusesWhatItCantDecode) {
     const ScratchFolder folder;
-    const auto frames_of = [&](const std::string& format) {
-        const Reading movie(folder.write(
-            "f.avi", avi::file(4, 4, avi::stream("vids", format), avi::chunk("00dc", "abcd"))));
+    const auto is_decoded = [&](const std::string& format) {
+        const Reading movie(folder, avi::video(format, avi::chunk("00dc", "abcd")));
         EXPECT_EQ(movie.result, AVIERR_OK);
         return movie.frames != nullptr;
     };
-    EXPECT_TRUE(frames_of(avi::format(4, 4, 24)));
-    EXPECT_FALSE(frames_of(avi::format(4, 4, 24, 0x47504A4D))); // a compressor
-    EXPECT_FALSE(frames_of(avi::format(4, 4, 4)));
-    EXPECT_FALSE(frames_of(avi::format(4, 4, 4, 2)));
-    EXPECT_FALSE(frames_of(avi::format(4, 4, 24, 1)));
-
-    const auto result_of = [&](const std::string& bytes) {
-        return Reading(folder.write("f.avi", bytes)).result;
-    };
-    EXPECT_EQ(result_of(""), AVIERR_BADFORMAT);
-    EXPECT_EQ(result_of("TQ and more than that"), AVIERR_BADFORMAT);
-    const auto picture_of = [&](int width, int height) {
-        return avi::file(4, 4, avi::stream("vids", avi::format(width, height, 24)), "");
-    };
-    EXPECT_EQ(result_of(picture_of(2000000000, 2000000000)), AVIERR_BADFORMAT);
-    EXPECT_EQ(result_of(picture_of(-4, 4)), AVIERR_BADFORMAT);
-    EXPECT_EQ(result_of(picture_of(4, static_cast<int>(0x80000000))), AVIERR_BADFORMAT);
-    if (std::ifstream("/proc/self/mem")) { // opens, and then can't be read
-        EXPECT_EQ(Reading("/proc/self/mem").result, AVIERR_FILEREAD);
-    }
+    EXPECT_TRUE(is_decoded(avi::format(4, 4, 24)));
+    for (const std::string& format : {avi::format(4, 4, 24, 0x47504A4D), avi::format(4, 4, 4),
+                                      avi::format(4, 4, 4, 2), avi::format(4, 4, 24, 1)})
+        EXPECT_FALSE(is_decoded(format));
+    for (const std::string& bytes :
+         {""s, "TQ and more than that"s, avi::video(avi::format(2000000000, 2000000000, 24), ""),
+          avi::video(avi::format(-4, 4, 24), ""),
+          avi::video(avi::format(4, static_cast<int>(0x80000000), 24), "")})
+        EXPECT_EQ(Reading(folder, bytes).result, AVIERR_BADFORMAT);
     // A second stream is believed no more than the first.
     const std::string small = avi::stream("vids", avi::format(1, 1, 24));
     const std::string bomb = avi::stream("vids", avi::format(60000, 60000, 24));
-    const Reading movie(folder.write("f.avi", avi::file(1, 1, small + bomb, "")));
+    const Reading movie(folder, avi::file(1, 1, small + bomb, ""));
     PAVISTREAM second = nullptr;
     ASSERT_EQ(AVIFileGetStream(movie.file, &second, streamtypeVIDEO, 1), AVIERR_OK);
     EXPECT_EQ(AVIStreamGetFrameOpen(second, nullptr), nullptr);
     AVIStreamRelease(second);
-    // Nothing to see: no byte of a picture is touched.
-    for (const int compression : {0, 1}) {
-        const Reading empty(folder.write(
-            "f.avi", avi::file(0, 4, avi::stream("vids", avi::format(0, 4, 8, compression)),
-                               avi::chunk("00dc", "\5\1") + avi::chunk("00dc", ""))));
-        EXPECT_EQ(empty.pixels(0), "");
-        EXPECT_EQ(empty.pixels(1), "");
+
+    const std::string pipe = folder.path("pipe"); // nobody writes to it
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    for (const std::string& path : {folder.path("missing"), folder.path(), pipe})
+        EXPECT_EQ(Reading(path).result, AVIERR_FILEOPEN);
+    if (std::ifstream("/proc/self/mem")) { // opens, and then can't be read
+        EXPECT_EQ(Reading("/proc/self/mem").result, AVIERR_FILEREAD);
     }
-    EXPECT_EQ(Reading(folder.path("missing")).result, AVIERR_FILEOPEN);
-    EXPECT_EQ(Reading(folder.path()).result, AVIERR_FILEOPEN);
 }
 
 namespace {

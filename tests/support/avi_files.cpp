@@ -45,4 +45,8 @@ std::string file(int width, int height, std::string_view streams, std::string_vi
                              list("movi", frames) + std::string(behind));
 }
 
+std::string video(std::string_view format, std::string_view frames) {
+    return file(0, 0, stream("vids", format), frames);
+}
+
 } // namespace avi

@@ -26,4 +26,7 @@ std::string stream(std::string_view type, std::string_view format);
 std::string file(int width, int height, std::string_view streams, std::string_view frames,
                  std::string_view behind = "");
 
+// A file of one video stream.
+std::string video(std::string_view format, std::string_view frames);
+
 } // namespace avi

@@ -43,5 +43,5 @@ std::string small_avi(std::initializer_list<std::string> frames) {
     std::string chunks;
     for (const std::string& frame : frames)
         chunks += avi::chunk("00db", frame.size() == 6 ? frame + std::string(2, '\0') : frame);
-    return avi::file(2, 1, avi::stream("vids", avi::format(2, 1, 24)), chunks);
+    return avi::video(avi::format(2, 1, 24), chunks);
 }
