@@ -8,7 +8,7 @@
 
 #include <vorlane/image/codes.h>
 #include <vorlane/image/failure.h>
-#include <vorlane/movie/memory_guard.h>
+#include <vorlane/image/guard.h>
 #include <vorlane/movie/movie_files.h>
 
 using namespace vorlane;
@@ -27,7 +27,7 @@ bool copy_file(const char* from, const char* to) {
 
 int CVideo::WriteVideo(const char* path, int to_format, int to_type, int normalize,
                        int to_pixel_format) {
-    const bool is_done = unless_out_of_memory(false, [&] {
+    const bool is_done = guarded([&] {
         if (to_format != FileFormat::avi || file_format != FileFormat::avi)
             return copy_frames(path, to_format, to_type, normalize, to_pixel_format);
         return !path || copy_file(file_name, path);

@@ -12,8 +12,8 @@
 
 #include <vorlane/image/codes.h>
 #include <vorlane/image/failure.h>
+#include <vorlane/image/guard.h>
 #include <vorlane/image/image_parts.h>
-#include <vorlane/movie/memory_guard.h>
 #include <vorlane/movie/movie_files.h>
 
 using namespace vorlane;
@@ -55,7 +55,7 @@ bool fetch(CVideo& movie, int64_t n) {
 // `first` on, edit(n) gives the new image, or null to give up. edit may clear `is_whole` as well.
 template<class Edit>
 CVideo* edit_frames(CVideo& source, int rows, int cols, int first, int count, Edit edit) {
-    return unless_out_of_memory(static_cast<CVideo*>(nullptr), [&]() -> CVideo* {
+    return guarded([&]() -> CVideo* {
         MovieHandle made = make_temporary_movie(rows, cols, count, source.file_format,
                                                 source.pixel_format, source.image_type);
         const bool is_created = made && made->file_format != FileFormat::none;
@@ -86,7 +86,7 @@ void CVideo::ImagesFromVideo(const char* prefix, int first, const char* suffix, 
     if (!OpenVideo(file_name) || !fits_int(int64_t{first} + nframes - 1))
         return;
     bool is_whole = true;
-    const bool is_written = unless_out_of_memory(false, [&] {
+    const bool is_written = guarded([&] {
         for (int n = 0; n < nframes; ++n) {
             is_whole = fetch(*this, n) && is_whole;
             CImage copy(image);
@@ -152,7 +152,7 @@ CVideo* VideoFromImages(const char* prefix, int first, int last, const char* suf
     const std::optional<int> count = count_of(first, last);
     if (!count)
         return nullptr;
-    return unless_out_of_memory(static_cast<CVideo*>(nullptr), [&] {
+    return guarded([&] {
         auto image = std::make_unique<CImage>();
         const auto read = [&](int64_t number) {
             auto next = std::make_unique<CImage>();

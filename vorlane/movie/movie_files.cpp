@@ -10,7 +10,7 @@
 #include <utility>
 
 #include <vorlane/bytes/input_file.h>
-#include <vorlane/movie/memory_guard.h>
+#include <vorlane/image/guard.h>
 
 #if defined(__unix__) || defined(__APPLE__)
 #include <sys/stat.h>
@@ -61,14 +61,14 @@ bool copy_movie_path(const char* path, char (&to)[sizeof CVideo::file_name]) {
 }
 
 bool are_one_file(const char* a, const char* b) {
-    return unless_out_of_memory(false, [&] {
+    return guarded([&] {
         std::error_code error;
         return std::filesystem::equivalent(a, b, error) && !error;
     });
 }
 
 bool is_regular_file(const char* path) {
-    return unless_out_of_memory(false, [&] {
+    return guarded([&] {
         std::error_code error;
         return std::filesystem::is_regular_file(path, error);
     });

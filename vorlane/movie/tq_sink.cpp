@@ -24,7 +24,7 @@ bool TqSink::write(const float* const* plane) {
     const TqHeader header = tq_header_of(movie_);
     const WholePlane whole(plane, header.nrows,
                            std::int64_t{channel_count(header.image_type)} * header.ncols);
-    return whole.get() && write_tq_frame(movie_.tqf_file, whole.get(), header);
+    return write_tq_frame(movie_.tqf_file, whole.get(), header);
 }
 
 } // namespace vorlane

@@ -13,10 +13,10 @@
 #include <vorlane/bytes/input_file.h>
 #include <vorlane/image/codes.h>
 #include <vorlane/image/failure.h>
+#include <vorlane/image/guard.h>
 #include <vorlane/imagefiles/image_files.h>
 #include <vorlane/movie/avi_sink.h>
 #include <vorlane/movie/avi_source.h>
-#include <vorlane/movie/memory_guard.h>
 #include <vorlane/movie/movie_files.h>
 #include <vorlane/movie/tq_movie.h>
 #include <vorlane/movie/tq_sink.h>
@@ -36,11 +36,10 @@ int with_source(CVideo& movie, Act act) {
         source = &avi;
     else if (movie.file_format == FileFormat::tq)
         source = &tq;
-    return source && source->is_open() ? unless_out_of_memory(0, [&] { return act(*source); }) : 0;
+    return source && source->is_open() ? guarded([&] { return act(*source); }) : 0;
 }
 
-// Whether act(sink) says that it has failed, or there was no memory for it; false if the movie isn't
-// open for writing.
+// Whether the movie is open for writing and act(sink) gives false, as it does without memory.
 template<class Act>
 bool fails_with_sink(CVideo& movie, Act act) {
     AviSink avi(movie);
@@ -52,7 +51,7 @@ bool fails_with_sink(CVideo& movie, Act act) {
         sink = &tq;
     if (!sink || !sink->is_open())
         return false;
-    return unless_out_of_memory(true, [&] { return act(*sink); });
+    return !guarded([&] { return act(*sink); });
 }
 
 // Converts a frame to the kind that a sink takes, and writes it.
@@ -138,7 +137,7 @@ int CVideo::OpenVideo(const char* path) {
         show_failure(cant_open);
         return 0;
     }
-    const bool is_written = fails_with_sink(*this, [](MovieSink&) { return true; });
+    const bool is_written = fails_with_sink(*this, [](MovieSink&) { return false; });
     if (is_written && are_one_file(name, file_name))
         CloseVideo(); // or there would be only a part to open
     FileHandle file(is_regular_file(name) ? open_file(name, "rb") : nullptr);
@@ -154,9 +153,8 @@ int CVideo::OpenVideo(const char* path) {
         file.reset();
         is_open = AviSource(*this).open(name);
     } else if (are_equal(line, "TQ")) {
-        is_open = seek_to(file.get(), 0) && unless_out_of_memory(false, [&] {
-                      return TqSource(*this).open(std::move(file));
-                  });
+        is_open = seek_to(file.get(), 0) &&
+                  guarded([&] { return TqSource(*this).open(std::move(file)); });
         if (!is_open)
             show_failure(cant_open);
     }
@@ -234,20 +232,20 @@ int CVideo::GetPreviousFrame(const int* table) {
 
 int CVideo::read_tqf_frame(CImage* target) {
     if (TqSource source(*this); source.is_open())
-        unless_out_of_memory(false, [&] { return source.read(target); });
+        guarded([&] { return source.read(target); });
     return 1;
 }
 
 int CVideo::WriteCurrentFrame(const CImage* frame) {
     if (frame &&
-        fails_with_sink(*this, [&](MovieSink& sink) { return !write_converted(sink, *frame); }))
+        fails_with_sink(*this, [&](MovieSink& sink) { return write_converted(sink, *frame); }))
         write_failed_ = true;
     return 1;
 }
 
 int CVideo::write_tqf_frame(const CImage* frame) {
-    if (TqSink sink(*this); frame && sink.is_open() &&
-                            !unless_out_of_memory(false, [&] { return sink.write(frame->pixels); }))
+    if (TqSink sink(*this);
+        frame && sink.is_open() && !guarded([&] { return sink.write(frame->pixels); }))
         write_failed_ = true;
     return 1;
 }

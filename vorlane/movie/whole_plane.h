@@ -9,25 +9,23 @@
 namespace vorlane {
 
 // A plane with at least rows x cols samples: the given one, if it is large enough, or a copy that
-// is filled up by 0. Null if there is no memory.
+// is filled up by 0. Throws std::bad_alloc.
 class WholePlane {
 public:
     WholePlane(const float* const* from, std::int64_t rows, std::int64_t cols) : plane_(from) {
         if (plane_holds(from, rows, cols))
             return;
-        copy_.reset(make_plane(rows, cols));
+        copy_ = Plane(rows, cols);
         plane_ = copy_.get();
-        if (!copy_ || !from)
-            return;
-        const std::int64_t common = std::min(cols, plane_cols(from));
-        for (std::int64_t i = 0; i < std::min(rows, plane_rows(from)); ++i)
-            std::copy_n(from[i], common, copy_.get()[i]);
+        const std::int64_t common_rows = from ? std::min(rows, plane_rows(from)) : 0;
+        for (std::int64_t i = 0; i < common_rows; ++i)
+            std::copy_n(from[i], std::min(cols, plane_cols(from)), copy_[i]);
     }
 
     const float* const* get() const { return plane_; }
 
 private:
-    PlaneHandle copy_;
+    Plane copy_;
     const float* const* plane_;
 };
 

@@ -10,8 +10,8 @@
 #include <vorlane/bytes/samples.h>
 #include <vorlane/image/codes.h>
 #include <vorlane/image/failure.h>
+#include <vorlane/image/guard.h>
 #include <vorlane/image/image_parts.h>
-#include <vorlane/movie/memory_guard.h>
 #include <vorlane/movie/movie_files.h>
 
 using namespace vorlane;
@@ -85,7 +85,7 @@ CVideo* VideoFromYUV(const char* path, int rows, int cols, int frames, int chrom
     if (frame_rows < 1 || frame_cols < 1 || cols < 2 || frames < 0 ||
         (chroma_mode != 0 && chroma_mode != 1) || (is_odd && !halves))
         return nullptr;
-    return unless_out_of_memory(static_cast<CVideo*>(nullptr), [&]() -> CVideo* {
+    return guarded([&]() -> CVideo* {
         const int chroma_rows = chroma_mode == 0 ? rows / 2 : rows;
         const int chroma_cols = cols / 2;
         const auto frame = make_zero_image(frame_rows, frame_cols, ImageType::colour,

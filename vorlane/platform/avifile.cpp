@@ -42,7 +42,7 @@ constexpr unsigned mode_any_write = 3;
 
 // What a call gives when a container that grows with the file can't.
 template<class Call>
-int guarded(Call call) {
+int or_no_memory(Call call) {
     try {
         return call();
     } catch (const std::bad_alloc&) {
@@ -83,7 +83,7 @@ int release(IAVIFile* file) {
     if (--file->references > 0)
         return AVIERR_OK;
     const std::unique_ptr<IAVIFile> last(file);
-    return file->writer ? guarded([&] { return file->writer->finish(); }) : AVIERR_OK;
+    return file->writer ? or_no_memory([&] { return file->writer->finish(); }) : AVIERR_OK;
 }
 
 std::uint32_t frame_count(const AviTrack& track) {
@@ -106,7 +106,7 @@ int AVIFileOpenA(PAVIFILE* file, const char* path, unsigned mode, const void*) {
     const bool creates = (mode & mode_create) != 0;
     if (!creates && (mode & mode_any_write) != 0)
         return AVIERR_UNSUPPORTED;
-    return guarded([&] {
+    return or_no_memory([&] {
         std::error_code error;
         if (!creates && (!path || !std::filesystem::is_regular_file(path, error)))
             return AVIERR_FILEOPEN; // what has no end, such as a pipe
@@ -173,7 +173,7 @@ int AVIFileGetStream(PAVIFILE file, PAVISTREAM* stream, std::uint32_t type, int 
         const AviTrack& track = tracks[k];
         if ((type != 0 && track.type != type) || skipped++ != number)
             continue;
-        return guarded([&] {
+        return or_no_memory([&] {
             auto made = std::make_unique<IAVIStream>(IAVIStream{file, k, {}, {}});
             AVISTREAMINFOA& info = made->info;
             info.fccType = track.type;
@@ -203,7 +203,7 @@ int AVIFileCreateStreamA(PAVIFILE file, PAVISTREAM* stream, const AVISTREAMINFOA
         return AVIERR_READONLY;
     if (file->has_written_stream || info->fccType != streamtypeVIDEO)
         return AVIERR_UNSUPPORTED;
-    return guarded([&] {
+    return or_no_memory([&] {
         auto made = std::make_unique<IAVIStream>(IAVIStream{file, 0, *info, {}});
         file->writer->set_rate(info->dwRate, info->dwScale);
         file->has_written_stream = true;
@@ -236,7 +236,7 @@ int AVIStreamSetFormat(PAVISTREAM stream, int, const void* format, int size) {
         return AVIERR_BADHANDLE;
     if (!stream->file->writer)
         return AVIERR_READONLY;
-    return guarded([&] {
+    return or_no_memory([&] {
         return stream->file->writer->set_format(static_cast<const unsigned char*>(format),
                                                 static_cast<std::size_t>(std::max(size, 0)));
     });
@@ -251,8 +251,8 @@ int AVIStreamWrite(PAVISTREAM stream, int start, int samples, const void* buffer
         return AVIERR_READONLY;
     if ((!buffer && bytes != 0) || samples != 1 || (start != -1 && start != writer->frame_count()))
         return AVIERR_BADPARAM;
-    const int result =
-        guarded([&] { return writer->write_frame(buffer, bytes, (flags & AVIIF_KEYFRAME) != 0); });
+    const int result = or_no_memory(
+        [&] { return writer->write_frame(buffer, bytes, (flags & AVIIF_KEYFRAME) != 0); });
     if (samples_written)
         *samples_written = result == AVIERR_OK ? 1 : 0;
     if (bytes_written)
@@ -275,7 +275,7 @@ PGETFRAME AVIStreamGetFrameOpen(PAVISTREAM stream, const void* wanted) {
             return nullptr;
     }
     PGETFRAME reader = nullptr;
-    guarded([&] {
+    or_no_memory([&] {
         std::unique_ptr<IGetFrame> made(new IGetFrame{AviFrames(file, track)});
         if (made->frames.can_decode()) {
             stream->frame_readers.push_back(std::move(made));
@@ -289,7 +289,7 @@ PGETFRAME AVIStreamGetFrameOpen(PAVISTREAM stream, const void* wanted) {
 void* AVIStreamGetFrame(PGETFRAME reader, int position) {
     unsigned char* frame = nullptr;
     if (reader) {
-        guarded([&] {
+        or_no_memory([&] {
             frame = reader->frames.frame(position);
             return AVIERR_OK;
         });
