@@ -142,11 +142,17 @@ ImagePtr ReadRequest::make_image(std::int64_t rows, std::int64_t cols, int image
 
 void flatten_row(const float* with_alpha, float* out, std::size_t pixels, int channels,
                  float white) {
-    for (std::size_t j = 0; j < pixels; ++j, with_alpha += channels + 1) {
+    constexpr double rounds = 6755399441055744.0; // 3 * 2^51: what is added is rounded to whole
+    for (std::size_t j = 0; j < pixels; ++j, with_alpha += channels + 1, out += channels) {
+        if (with_alpha[channels] == white) {
+            std::copy_n(with_alpha, channels, out);
+            continue;
+        }
         const double part = with_alpha[channels] / double{white};
-        for (int k = 0; k < channels; ++k)
-            *out++ =
-                static_cast<float>(std::nearbyint(with_alpha[k] * part + white * (1.0 - part)));
+        for (int k = 0; k < channels; ++k) {
+            const double laid = with_alpha[k] * part + white * (1.0 - part);
+            out[k] = static_cast<float>((laid + rounds) - rounds);
+        }
     }
 }
 

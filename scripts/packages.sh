@@ -20,7 +20,8 @@ need_packages() {
     }
 }
 
-# What every build needs: compiler, CMake, Ninja, and the library of the program's command line.
+# What every build needs: compiler, CMake, Ninja, the library of the program's command line, and those behind the
+# formats of pictures.
 need_build_packages() {
-    need_packages g++ cmake ninja-build libcli11-dev
+    need_packages g++ cmake ninja-build libcli11-dev libpng-dev libjpeg62-turbo-dev libtiff-dev
 }

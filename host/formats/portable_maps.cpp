@@ -304,7 +304,7 @@ Picture read_portable_map(const ReadRequest& request) {
         read_floats(stream, request, header, image);
         return picture;
     }
-    if (header.maximum > 1 && header.maximum != 255)
+    if (header.maximum > 1 && header.maximum != 255 && header.maximum != 65535)
         picture.facts.emplace_back("maximum", std::to_string(header.maximum));
     RowReader rows(stream, request, header);
     std::vector<float> with_alpha(
