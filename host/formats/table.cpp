@@ -42,7 +42,7 @@ std::vector<Format> make_table() {
         table.push_back(format);
     for (const Format& format : own_formats())
         table.push_back(format);
-#ifdef VORLANE_HAS_DICOM
+#ifdef VORLANE_HAS_DCMTK
     table.push_back(dicom_format);
 #else
     table.push_back(left_out("DICOM", dicom, "DCMTK"));
