@@ -124,8 +124,8 @@ TEST_F(TqFiles, ColourIsInBytes) {
 
 TEST_F(TqFiles, HeadersWithoutSenseAreRefused) {
     for (const char* header :
-         {"TQ", "TQ\n", "TQ\n3\n4\n0\nabc", "TQ\n0 4\n4\n0\n", "TQ\n4 -1\n4\n0\n", "TQ\n1 1\n4\n",
-          "TQ\n1 1\nx\n0\na", "TQ\n30000 30000\n4\n0\nshort", "TQ\n60000 60000\n0\n0\n",
+         {"TQ", "TQ\n", "TQ\n3\n4\n0\nabc", "TQ\n4 -1\n4\n0\n", "TQ\n1 1\n4\n", "TQ\n1 1\nx\n0\na",
+          "TQ\n30000 30000\n4\n0\nshort", "TQ\n60000 60000\n0\n0\n",
           "TQ\n2147483647 2147483647\n6\n0\n", "TQ\n99999999999 1\n4\n0\nabc"}) {
         SCOPED_TRACE(header);
         EXPECT_FALSE(read(header));

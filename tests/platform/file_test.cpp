@@ -90,20 +90,37 @@ TEST(InputFile, ScansIntegersAsScanfDoes) {
 }
 
 TEST(InputFile, GateBelievesWhatAFileCanHold) {
-    constexpr std::int64_t free_samples = 1 << 26;
-    EXPECT_TRUE(header_is_believable(1 << 13, 1 << 13, 1, 1, 1, 0)); // just 2^26
-    EXPECT_FALSE(header_is_believable(free_samples + 1, 1, 1, 1, 1, 0));
-    EXPECT_FALSE(header_is_believable((1 << 22) + 1, 1, 1, 1, 1, 0)); // rows take memory too
-    EXPECT_TRUE(header_is_believable((1 << 22) + 1, 1, 1, 1, 1, (1 << 22) + 1));
-    EXPECT_TRUE(header_is_believable(50000, 50000, 1, 1, 1, 2500000));
-    EXPECT_FALSE(header_is_believable(50000, 50000, 1, 1, 1, 2499999));
-    EXPECT_FALSE(header_is_believable(50000, 50000, 1, 1, 4, 2500000));
-    EXPECT_FALSE(
-        header_is_believable(INT32_MAX, INT32_MAX, INT32_MAX, 3, 4, std::int64_t{1} << 40));
-    for (const int bad : {0, -1, INT32_MIN}) {
-        EXPECT_FALSE(header_is_believable(bad, 1, 1, 1, 1, 100));
-        EXPECT_FALSE(header_is_believable(1, bad, 1, 1, 1, 100));
-        EXPECT_FALSE(header_is_believable(1, 1, bad, 1, 1, 100));
+    constexpr std::int64_t always = 1 << 26, easily = 1 << 28;
+    const struct {
+        std::int64_t rows, cols, planes, channels, bytes, enough; // -1: no length is
+    } cases[] = {
+        {1 << 13, 1 << 13, 1, 1, 1, 0},
+        {always, 1, 1, 1, 1, 0},
+        {1, 1, always, 1, 4, 0},
+        {always + 1, 1, 1, 1, 1, (always + 1) / 1000},
+        {1 << 13, 1 << 13, 1, 3, 1, 3 * always / 1000},
+        {1, 1, easily, 1, 4, 4 * easily / 1000},
+        {1, easily + 1, 1, 1, 1, (easily + 1) / 100},
+        {50000, 50000, 1, 1, 4, 100000000},
+        {INT32_MAX, INT32_MAX, INT32_MAX, 3, 4, INT64_MAX / 100},
+        {always, 1, 1, 1, 0, 0}, // no bytes on file
+        {always + 1, 1, 1, 1, 0, -1},
+        {0, INT32_MAX, 1, 3, 1, 0}, // no pixels
+        {0, 0, 1, 1, 1, 0},
+        {always, 0, 1, 1, 1, 0},
+        {always + 1, 0, 1, 1, 1, (always + 1) / 1000},
+        {-1, 1, 1, 1, 1, -1},
+        {1, INT32_MIN, 1, 1, 1, -1},
+        {1, 1, 0, 1, 1, -1},
+        {1, 1, -1, 1, 1, -1},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.rows << " x " << c.cols << " x " << c.planes);
+        const auto is_believed = [&](std::int64_t available) {
+            return header_is_believable(c.rows, c.cols, c.planes, c.channels, c.bytes, available);
+        };
+        EXPECT_EQ(is_believed(c.enough < 0 ? INT64_MAX : c.enough), c.enough >= 0);
+        EXPECT_FALSE(c.enough > 0 && is_believed(c.enough - 1));
     }
 }
 

@@ -7,7 +7,8 @@
 #include <cstdint>
 #include <cstdio>
 
-#include <vorlane/bytes/input_file.h>
+#include <vorlane/bytes/blocks.h>
+#include <vorlane/platform/system_files.h>
 
 namespace vorlane {
 
@@ -64,12 +65,6 @@ bool write_unit_rows(std::FILE* file, int rows, int cols, std::size_t unit, Enco
         }
     }
     return writer.flush();
-}
-
-// Closes a file that was written. False if something didn't reach it.
-inline bool close_written(FileHandle& file) {
-    const bool failed = std::ferror(file.get()) != 0;
-    return std::fclose(file.release()) == 0 && !failed;
 }
 
 } // namespace vorlane

@@ -29,8 +29,8 @@ float** read_portable_map(const char* path, int* nrows, int* ncols, int channels
     read_line(file.get(), line, sizeof line); // the magic
     read_past_comments(file.get(), line);
     int size[2] = {0, 0}; // width, height
-    scan_ints(line, size, 2);
-    if (!header_is_believable(size[1], size[0], 1, channels, 1, bytes_left(file.get())))
+    if (scan_ints(line, size, 2) < 2 ||
+        !header_is_believable(size[1], size[0], 1, channels, 1, bytes_left(file.get())))
         return nullptr;
     PlaneHandle plane(make_plane(size[1], std::int64_t{channels} * size[0]));
     if (!plane)

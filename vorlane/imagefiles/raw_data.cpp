@@ -5,6 +5,7 @@
 #include <iterator>
 #include <memory>
 
+#include <vorlane/bytes/input_file.h>
 #include <vorlane/bytes/sample_rows.h>
 #include <vorlane/bytes/samples.h>
 #include <vorlane/image/image_parts.h>

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <string>
 
+#include <vorlane/bytes/input_file.h>
 #include <vorlane/bytes/sample_rows.h>
 #include <vorlane/bytes/samples.h>
 #include <vorlane/image/failure.h>

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include <vorlane/bytes/input_file.h>
 #include <vorlane/bytes/sample_rows.h>
 #include <vorlane/bytes/samples.h>
 #include <vorlane/image/failure.h>

@@ -53,10 +53,10 @@ std::size_t tq_pixel_size(int image_type, int pixel_format) {
 }
 
 bool tq_header_is_believable(const TqHeader& header, std::int64_t available) {
-    const std::size_t sample = std::max<std::size_t>(sample_size(header.pixel_format), 1);
     return header_is_believable(header.nrows, header.ncols, 1,
                                 std::max(channel_count(header.image_type), 1),
-                                static_cast<std::int64_t>(sample), available);
+                                static_cast<std::int64_t>(sample_size(header.pixel_format)),
+                                available);
 }
 
 void read_tq_frame(std::FILE* file, float* const* plane, const TqHeader& header, float last) {

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <system_error>
 
-#include <vorlane/bytes/input_file.h>
+#include <vorlane/platform/system_files.h>
 
 namespace {
 

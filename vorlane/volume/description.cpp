@@ -91,7 +91,8 @@ bool stack_is_believable(std::int64_t rows, std::int64_t cols, std::int64_t slic
                          std::int64_t bytes_per_sample, std::int64_t available) {
     constexpr std::int64_t samples_per_row = 16;
     constexpr std::int64_t rows_per_slice = 4;
-    return header_is_believable(rows, cols, slices, 1, bytes_per_sample, available) &&
+    return rows > 0 && cols > 0 &&
+           header_is_believable(rows, cols, slices, 1, bytes_per_sample, available) &&
            header_is_believable(rows + rows_per_slice, samples_per_row, slices, 1, bytes_per_sample,
                                 available);
 }
