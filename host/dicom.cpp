@@ -107,10 +107,11 @@ DicomFile::DicomFile(const std::string& path, const std::string& name)
     data.findAndGetUint16(DCM_PixelRepresentation, sign);
     data.findAndGetUint16(DCM_SamplesPerPixel, samples);
     const bool has_pixels = data.tagExists(DCM_PixelData);
-    if (row_count == 0 || col_count == 0 || !has_pixels)
-        throw Error(name + ": is a DICOM file without an image");
-    rows = row_count;
-    cols = col_count;
+    const bool has_image = row_count > 0 && col_count > 0 && has_pixels;
+    if (has_image) {
+        rows = row_count;
+        cols = col_count;
+    }
     frames = static_cast<int>(number_of(data, DCM_NumberOfFrames, 1.0));
     const std::string colours = text_of(data, DCM_PhotometricInterpretation);
     is_gray = samples == 1 && colours.rfind("MONOCHROME", 0) == 0;
@@ -126,6 +127,8 @@ DicomFile::DicomFile(const std::string& path, const std::string& name)
     rate = frame_time > 0.0 ? 1000.0 / frame_time : number_of(data, DCM_CineRate, 0.0);
     centre = number_of(data, DCM_WindowCenter, 0.0);
     width = number_of(data, DCM_WindowWidth, 0.0);
+    if (!has_image)
+        return;
     std::error_code error;
     const auto size = static_cast<std::int64_t>(std::filesystem::file_size(path, error));
     if (frames < 1 || error ||
@@ -157,6 +160,8 @@ DicomPlace DicomFile::place(int frame) const {
 }
 
 ImagePtr DicomFile::image(int frame) {
+    if (rows == 0)
+        throw Error(name_ + ": is a DICOM file without an image");
     if (frame < 0 || frame >= frames)
         throw Error(name_ + ": it has images 1 to " + std::to_string(frames));
     const auto pixels = static_cast<std::size_t>(rows) * static_cast<std::size_t>(cols);

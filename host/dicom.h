@@ -26,7 +26,7 @@ struct DicomPlace {
 class DicomFile {
 public:
     // Reads a file's header, and its pixels when they are asked for. `name` stands in messages.
-    // Throws Error, also for a file without an image.
+    // Throws Error. A file without an image, such as a report, has no rows.
     DicomFile(const std::string& path, const std::string& name);
     ~DicomFile();
     DicomFile(const DicomFile&) = delete;
