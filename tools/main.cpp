@@ -1,46 +1,147 @@
+#include <algorithm>
 #include <cstdio>
+#include <cstring>
 #include <exception>
 
-#include <CLI/CLI.hpp>
-
 #include "commands.h"
-#include "host.h"
+#include "host/command_line.h"
+#include "host/pending_file.h"
+
+using namespace vorlane::host;
 
 namespace {
 
 constexpr int failed = 1;
 constexpr int wrong_usage = 2;
 
+void print(const std::string& text) {
+    std::fwrite(text.data(), 1, text.size(), stdout);
+}
+
+const Command& command_of(std::span<const Word> words, std::size_t& used) {
+    std::vector<const Description*> descriptions;
+    for (const Command& command : commands())
+        descriptions.push_back(&command.description);
+    const Description& found = find_command(words, descriptions, "command", used);
+    for (const Command& command : commands()) {
+        if (&command.description == &found)
+            return command;
+    }
+    throw std::logic_error("a command is lost");
+}
+
+// The words that are left over, as the places of a command that isn't an operation.
+void set_places(Arguments& arguments, const std::vector<Word>& rest) {
+    std::size_t at = 0;
+    for (const Option& place : arguments.description().places) {
+        std::vector<std::string> values;
+        while (at < rest.size() && static_cast<int>(values.size()) < place.most)
+            values.push_back(rest[at++].text);
+        if (!values.empty())
+            arguments.set(place.name, values);
+    }
+    if (at < rest.size())
+        throw UsageError("there is nothing to do with '" + rest[at].text + "'");
+}
+
+int run(const Command& command, std::span<const Word> words) {
+    const bool is_picture_command = !command.run;
+    Arguments own(command.description);
+    Arguments common(is_picture_command ? picture_options() : other_options());
+    Arguments* const into[] = {&own, &common};
+    const std::vector<Word> rest = parse_options(words, into);
+    if (common.flag("help")) {
+        print(help_of_command(command));
+        return 0;
+    }
+    if (command.run) {
+        set_places(own, rest);
+        own.check();
+        return command.run(own, common);
+    }
+    std::vector<std::string> places;
+    for (const Word& word : rest)
+        places.push_back(word.text);
+    if (command.operation)
+        return run_operation_command(*command.operation, std::move(own), common, places);
+    if (places.empty())
+        throw UsageError("CHAIN is missing (operations in quotes, such as 'smooth | edges')");
+    const std::string chain = places.front();
+    places.erase(places.begin());
+    return run_chain_command(chain, own.text("keep-steps"), common, places);
+}
+
+bool is_help(const std::string& word) {
+    return word == "--help" || word == "-h" || word == "help";
+}
+
+int run_program(std::vector<Word> words) {
+    if (words.empty()) {
+        std::fputs(help_of_program().c_str(), stderr);
+        return wrong_usage;
+    }
+    if (is_help(words[0].text)) {
+        if (words.size() == 1) {
+            print(help_of_program());
+            return 0;
+        }
+        words.erase(words.begin()); // "help edges"
+        words.push_back({"--help"});
+    }
+    if (words[0].text == "--version") {
+        print(version_text());
+        return 0;
+    }
+    const auto groups = command_groups();
+    const bool is_group = std::any_of(groups.begin(), groups.end(), [&](const Group& group) {
+        return words[0].text == group.name;
+    });
+    if (is_group && words.size() > 1 && is_help(words[1].text)) {
+        print(help_of_group(words[0].text));
+        return 0;
+    }
+    // A leading --quiet is for every command.
+    std::stable_partition(words.begin(), words.end(), [leading = true](const Word& word) mutable {
+        leading = leading && word.text == "--quiet";
+        return !leading;
+    });
+    std::size_t used = 0;
+    const Command& command = command_of(words, used);
+    const std::string name = full_name(command.description);
+    try {
+        return run(command, std::span(words).subspan(used));
+    } catch (const UsageError& error) {
+        std::fprintf(stderr, "vorlane %s: %s\n", name.c_str(), error.what());
+        return wrong_usage;
+    } catch (const std::bad_alloc&) {
+        std::fprintf(stderr, "vorlane %s: there is not enough memory\n", name.c_str());
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "vorlane: %s\n", error.what());
+    }
+    // Pictures that can't be compared are neither equal nor different.
+    return std::strcmp(command.description.name, "compare") == 0 ? wrong_usage : failed;
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
-    CLI::App program(
-        "Vorlane: image, movie and volume processing. Formats of files are told by their first "
-        "bytes when read, and by the ending of their name when written.",
-        "vorlane");
-    program.require_subcommand(1);
-    add_info_command(program);
-    add_convert_command(program);
-    add_smoothing_commands(program);
-    add_edges_command(program);
-    add_raw_command(program);
-    add_ridges_command(program);
-    add_histogram_command(program);
-    add_volume_command(program);
-    add_filter_commands(program);
-    add_math_commands(program);
-    add_geometry_commands(program);
-    add_draw_commands(program);
-    add_movie_commands(program);
-
     collect_messages();
+    remove_pending_files_on_signals();
+    std::vector<Word> words;
+    for (int k = 1; k < argc; ++k)
+        words.push_back({argv[k]});
+    int status = failed;
     try {
-        program.parse(argc, argv);
-    } catch (const CLI::ParseError& error) {
-        return program.exit(error) == 0 ? 0 : wrong_usage;
+        status = run_program(std::move(words));
+    } catch (const UsageError& error) {
+        std::fprintf(stderr, "vorlane: %s\n", error.what());
+        status = wrong_usage;
     } catch (const std::exception& error) {
         std::fprintf(stderr, "vorlane: %s\n", error.what());
+    }
+    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
+        std::fputs("vorlane: standard output: can't be written\n", stderr);
         return failed;
     }
-    return 0;
+    return status;
 }

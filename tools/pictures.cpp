@@ -1,100 +1,193 @@
-#include "pictures.h"
-
+// Commands on pictures: one, or many at once.
 #include <algorithm>
-#include <cmath>
-#include <cstdint>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <thread>
+
+#include <unistd.h>
+
+#include "commands.h"
+#include "host/batch.h"
+#include "progress.h"
+
+using namespace vorlane::host;
 
 namespace {
 
-std::int64_t samples_per_row(const CImage& image) {
-    return std::int64_t{image.ncols} * samples_per_pixel(image);
+void print(const std::string& text) {
+    std::fwrite(text.data(), 1, text.size(), stdout);
 }
 
-template<class Visit>
-void for_each_sample(const CImage& image, Visit visit) {
-    for (int i = 0; i < image.nrows; ++i)
-        for (std::int64_t j = 0; j < samples_per_row(image); ++j)
-            visit(image.pixels[i][j]);
+BatchOptions options_of(const Arguments& common) {
+    BatchOptions options;
+    options.open.allow_truncated = common.flag("allow-truncated");
+    options.open.scanner = common.flag("scanner");
+    options.save.as = common.text("as");
+    options.save.depth = parse_depth(common.text("depth"));
+    options.save.range = RangeRule::parse(common.text("range"));
+    options.save.gray = common.flag("gray");
+    options.save.quality = common.integer("quality");
+    options.force = common.flag("force");
+    options.resume = common.flag("resume");
+    options.jobs = common.is_given("jobs")
+                       ? common.integer("jobs")
+                       : static_cast<int>(std::max(1U, std::thread::hardware_concurrency()));
+    return options;
+}
+
+// Only one of the words that stand where pictures do is a file.
+bool stands_for_many(const std::string& path) {
+    std::error_code error;
+    return path != "-" && (std::filesystem::is_directory(path, error) ||
+                           (path.find_first_of("*?[") != std::string::npos &&
+                            !std::filesystem::exists(path, error)));
+}
+
+std::vector<BatchItem> items_of(const Chain& chain, const Arguments& common,
+                                std::vector<std::string> places, const std::string& batch_option) {
+    std::vector<BatchItem> items;
+    if (chain.output() == Output::text) {
+        if (places.empty())
+            throw UsageError("IN is missing (a picture)");
+        for (std::string& in : expand_inputs(places))
+            items.push_back({std::move(in), ""});
+        return items;
+    }
+    if (common.is_given("to")) {
+        if (places.empty())
+            throw UsageError("IN is missing (a picture, a folder or a pattern)");
+        for (std::string& in : expand_inputs(places)) {
+            std::string out = output_path(in, common.text("to"), common.text("as"));
+            items.push_back({std::move(in), std::move(out)});
+        }
+        return items;
+    }
+    if (places.size() < 2)
+        throw UsageError(places.empty() ? "IN and OUT are missing" : "OUT is missing");
+    if (places.size() > 2 || stands_for_many(places[0]))
+        throw UsageError("several pictures need --" + batch_option +
+                         " with a folder or a pattern to write to");
+    items.push_back({places[0], places[1]});
+    return items;
+}
+
+int run_one(const BatchItem& item, const Chain& chain, const BatchOptions& options, bool is_quiet) {
+    Outcome outcome;
+    {
+        std::unique_ptr<ProgressBar> bar;
+        outcome = process(item, chain, options, false, [&](int done, int count) {
+            if (is_quiet)
+                return;
+            if (!bar)
+                bar = std::make_unique<ProgressBar>("working", count);
+            bar->show(done);
+        });
+    }
+    print(outcome.text);
+    for (const std::string& note : outcome.notes) {
+        if (!is_quiet)
+            std::fprintf(stderr, "%s\n", note.c_str());
+    }
+    return outcome.status;
+}
+
+int run_many(const std::vector<BatchItem>& items, const Chain& chain, BatchOptions options,
+             bool is_quiet) {
+    if (chain.output() == Output::text)
+        options.jobs = 1; // in order
+    std::string first_note;
+    std::size_t noted = 0;
+    BatchListener listener;
+    listener.finished = [&](const BatchItem&, const Outcome& outcome) {
+        print(outcome.text);
+        if (!outcome.notes.empty() && noted++ == 0)
+            first_note = outcome.notes.front();
+    };
+    const bool is_shown = !is_quiet && isatty(STDERR_FILENO) == 1;
+    if (is_shown) {
+        listener.progress = [](std::size_t behind, std::size_t count, const std::string& name) {
+            std::fprintf(stderr, "\r\033[K%zu of %zu  %.60s", behind, count, name.c_str());
+        };
+    }
+    const BatchReport report = run_batch(items, chain, options, listener);
+    if (is_shown)
+        std::fputs("\r\033[K", stderr);
+    if (!is_quiet && noted > 0)
+        std::fprintf(stderr, "values of %zu pictures were changed to fit; the first: %s\n", noted,
+                     first_note.c_str());
+    for (const Failure& failure : report.failures)
+        std::fprintf(stderr, "vorlane: %s\n", failure.message.c_str());
+    if (report.not_reached > 0)
+        std::fprintf(stderr,
+                     "vorlane: the disk is full: %zu pictures are written whole, %zu "
+                     "aren't written\n",
+                     report.done, report.failures.size() + report.not_reached);
+    else if (!report.failures.empty())
+        std::fprintf(stderr, "vorlane: %zu of %zu pictures failed\n", report.failures.size(),
+                     items.size());
+    return report.failures.empty() ? report.status : 1;
+}
+
+int run_pictures(Chain chain, BatchOptions options, const Arguments& common,
+                 const std::vector<BatchItem>& items) {
+    check_batch(items, chain, options);
+    chain.open_pictures(options.open);
+    const bool is_quiet = common.flag("quiet");
+    const bool is_left_out = options.resume && items.size() == 1;
+    return items.size() == 1 && !is_left_out ? run_one(items[0], chain, options, is_quiet)
+                                             : run_many(items, chain, options, is_quiet);
+}
+
+std::string read_text(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    const std::string text{std::istreambuf_iterator<char>(file), {}};
+    if (!file)
+        throw Error(path + ": can't be read");
+    return text;
 }
 
 } // namespace
 
-std::array<float, 3> colour_of_hue(double hue, double value) {
-    std::array<float, 3> colour;
-    for (int k = 0; k < 3; ++k) {
-        const double distance =
-            std::abs(std::remainder(hue - k / 3.0, 1.0)); // to the channel's own hue
-        colour[static_cast<std::size_t>(k)] =
-            static_cast<float>(value * std::clamp(2.0 - 6.0 * distance, 0.0, 1.0));
+int run_operation_command(const Operation& operation, Arguments arguments, const Arguments& common,
+                          const std::vector<std::string>& places) {
+    std::vector<std::string> pictures = places;
+    const auto seconds = operation.description.places;
+    const bool has_out = operation.output == Output::picture && !common.is_given("to");
+    if (!seconds.empty()) { // A B OUT, or A... B with --to
+        const std::size_t behind = has_out ? 1 : 0;
+        if (pictures.size() < 1 + seconds.size() + behind)
+            throw UsageError(pictures.empty()       ? "A is missing (a picture)"
+                             : pictures.size() == 1 ? "B is missing (a picture)"
+                                                    : "OUT is missing");
+        const auto at = pictures.end() - static_cast<std::ptrdiff_t>(behind + seconds.size());
+        for (std::size_t k = 0; k < seconds.size(); ++k)
+            arguments.set(seconds[k].name, at[static_cast<std::ptrdiff_t>(k)]);
+        pictures.erase(at, at + static_cast<std::ptrdiff_t>(seconds.size()));
+        if (operation.output == Output::text && pictures.size() > 1)
+            throw UsageError("two pictures are compared, not " +
+                             std::to_string(pictures.size() + 1));
     }
-    return colour;
+    arguments.check();
+    if (operation.check)
+        operation.check(arguments);
+    bool takes_to = false;
+    for (const Option& option : operation.description.options)
+        takes_to = takes_to || std::string(option.name) == "to";
+    BatchOptions options = options_of(common);
+    Chain chain = Chain::of(operation, std::move(arguments));
+    const auto items = items_of(chain, common, std::move(pictures), takes_to ? "into" : "to");
+    return run_pictures(std::move(chain), std::move(options), common, items);
 }
 
-const char* name_of_encoding(int pixel_format) {
-    switch (pixel_format) {
-    case 4:
-        return "unsigned bytes";
-    case 5:
-        return "signed 32-bit integers";
-    case 6:
-        return "32-bit floats";
-    case 7:
-        return "signed 16-bit integers";
-    default:
-        return "no stated encoding";
-    }
-}
-
-int samples_per_pixel(const CImage& image) {
-    return image.image_type == 1 ? 3 : 1;
-}
-
-SampleRange range_of(const CImage& image) {
-    SampleRange range{INFINITY, -INFINITY};
-    for_each_sample(image, [&](float sample) {
-        range.low = std::fmin(range.low, sample);
-        range.high = std::fmax(range.high, sample);
-    });
-    return range.low > range.high ? SampleRange{0.0f, 0.0f} : range;
-}
-
-void stretch(CImage& image, float lo, float hi) {
-    const SampleRange range = range_of(image);
-    const double width = double{range.high} - range.low;
-    for_each_sample(image, [&](float& sample) {
-        const double part = width > 0.0 ? (sample - double{range.low}) / width : 0.0;
-        sample = std::isnan(part) ? lo : static_cast<float>(lo + part * (double{hi} - lo));
-    });
-}
-
-void fit_to_format(CImage& image, const std::string& path) {
-    constexpr int pgm = 1;
-    constexpr int bmp = 3;
-    constexpr int tq = 4;
-    const int format = format_of_ending(path);
-    const bool is_in_bytes =
-        (format >= pgm && format <= bmp) || (format == tq && image.image_type == 1);
-    const SampleRange range = range_of(image);
-    if (is_in_bytes && (range.low < 0.0f || range.high >= 256.0f))
-        stretch(image, 0.0f, 255.0f);
-}
-
-ImagePtr image_of_plane(const CImage& image, const float* const* plane) {
-    return std::make_unique<CImage>(image.nrows, image.ncols, 0, plane, image.file_format, 6);
-}
-
-ImagePtr colour_wheel(const CImage& image, const float* const* direction,
-                      const float* const* strength) {
-    constexpr double turn = 6.283185307179586;
-    auto picture = std::make_unique<CImage>(image.nrows, image.ncols, 1, 2, 4);
-    for (int i = 0; i < image.nrows; ++i) {
-        for (int j = 0; j < image.ncols; ++j) {
-            const double value = std::clamp(double{strength[i][j]}, 0.0, 1.0) * 255.0;
-            if (!(value > 0.0) || std::isnan(direction[i][j]))
-                continue;
-            const auto colour = colour_of_hue(direction[i][j] / turn, value);
-            std::copy(colour.begin(), colour.end(), picture->pixels[i] + std::int64_t{3} * j);
-        }
-    }
-    return picture;
+int run_chain_command(const std::string& chain_text, const std::string& keep_steps,
+                      const Arguments& common, const std::vector<std::string>& places) {
+    Chain chain =
+        Chain::parse(chain_text.rfind('@', 0) == 0 ? read_text(chain_text.substr(1)) : chain_text);
+    BatchOptions options = options_of(common);
+    options.keep_steps = keep_steps;
+    const auto items = items_of(chain, common, places, "to");
+    return run_pictures(std::move(chain), std::move(options), common, items);
 }

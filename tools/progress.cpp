@@ -22,8 +22,12 @@ ProgressBar::~ProgressBar() {
 }
 
 void ProgressBar::advance() {
+    show(done_ + 1);
+}
+
+void ProgressBar::show(std::int64_t done) {
     const std::int64_t before = done_ * width / steps_;
-    ++done_;
+    done_ = done;
     if (done_ * width / steps_ != before)
         draw();
 }

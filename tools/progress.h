@@ -12,6 +12,7 @@ public:
     ProgressBar& operator=(const ProgressBar&) = delete;
 
     void advance();
+    void show(std::int64_t done);
 
 private:
     void draw() const;

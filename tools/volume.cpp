@@ -8,22 +8,15 @@
 #include <string>
 #include <vector>
 
-#include <CLI/CLI.hpp>
-
 #include "commands.h"
-#include "host.h"
-#include "pictures.h"
+#include "host/pictures.h"
 #include "progress.h"
+
+using namespace vorlane::host;
 
 namespace {
 
 using VolumePtr = std::unique_ptr<CVolume>;
-
-struct VolumeOptions {
-    std::string in, out, value = "middle", axis = "slices", projection;
-    float sigma = 2.0f;
-    int index = -1;
-};
 
 // One plane of every slice that could be read.
 using Stack = std::vector<const float* const*>;
@@ -42,11 +35,11 @@ VolumePtr load_volume(const std::string& path) {
     {
         const ProgressBar bar("reading", 1);
         if (!volume->ReadVolume(path.c_str()))
-            throw CommandError(path + ": " + take_message("Not a description of a volume"));
+            throw Error(path + ": " + take_message("Not a description of a volume"));
     }
     const auto read = static_cast<int>(planes_of(*volume, &CImage::pixels).size());
     if (read == 0)
-        throw CommandError(path + ": " + take_message("No slice can be read"));
+        throw Error(path + ": " + take_message("No slice can be read"));
     if (read < volume->nslices)
         std::fprintf(stderr, "vorlane: %s: %d of %d slices can't be read and are left out\n",
                      path.c_str(), volume->nslices - read, volume->nslices);
@@ -61,20 +54,53 @@ void check_slices(const CVolume& volume, const std::string& path) {
         if (!slice.pixels)
             continue;
         if (slice.nrows != volume.nrows || slice.ncols != volume.ncols)
-            throw CommandError(path + ": the slices differ in size");
+            throw Error(path + ": the slices differ in size");
         if (slice.image_type != 0)
-            throw CommandError(path + ": the slices aren't gray");
+            throw Error(path + ": the slices aren't gray");
     }
 }
 
-void print_info(const std::string& path) {
+struct Range {
+    float low, high;
+};
+
+// The smallest and the largest sample that is a number.
+Range range_of(const CImage& image) {
+    Range range{std::numeric_limits<float>::infinity(), -std::numeric_limits<float>::infinity()};
+    const int count = image.image_type == 1 ? 3 * image.ncols : image.ncols;
+    for (int i = 0; i < image.nrows; ++i) {
+        for (int j = 0; j < count; ++j) {
+            range.low = std::fmin(range.low, image.pixels[i][j]);
+            range.high = std::fmax(range.high, image.pixels[i][j]);
+        }
+    }
+    return range;
+}
+
+const char* name_of_encoding(int pixel_format) {
+    switch (pixel_format) {
+    case vorlane::PixelFormat::byte:
+        return "unsigned bytes";
+    case vorlane::PixelFormat::int32:
+        return "signed 32-bit integers";
+    case vorlane::PixelFormat::float32:
+        return "32-bit floats";
+    case vorlane::PixelFormat::int16:
+        return "signed 16-bit integers";
+    default:
+        return "no stated encoding";
+    }
+}
+
+int print_info(const Arguments& arguments, const Arguments&) {
+    const std::string path = arguments.text("IN");
     const VolumePtr volume = load_volume(path);
     float low = std::numeric_limits<float>::infinity();
     float high = -low;
     for (int k = 0; k < volume->nslices; ++k) {
         if (!volume->slices[k].pixels)
             continue;
-        const SampleRange range = range_of(volume->slices[k]);
+        const Range range = range_of(volume->slices[k]);
         low = std::min(low, range.low);
         high = std::max(high, range.high);
     }
@@ -82,6 +108,7 @@ void print_info(const std::string& path) {
                 volume->file_format == 20 ? "a series of images" : "raw data", volume->nslices,
                 volume->nrows, volume->ncols, name_of_encoding(volume->pixel_format),
                 static_cast<double>(low), static_cast<double>(high));
+    return 0;
 }
 
 bool can_be_described(const std::string& path) {
@@ -99,15 +126,18 @@ std::string described_name(const std::string& data) {
         return whole;
     if (can_be_described(data))
         return data;
-    throw CommandError(data + ": a description takes names of up to 99 characters without blanks");
+    throw Error(data + ": a description takes names of up to 99 characters without blanks");
 }
 
 // Writes a description, and the samples as 32-bit floats into a file of the same name that ends in
 // .raw.
-void save_volume(const Stack& stack, int rows, int cols, const std::string& path) {
+void save_volume(const Stack& stack, int rows, int cols, const std::string& path, bool force) {
     const std::string data = std::filesystem::path(path).replace_extension(".raw").string();
     if (data == path)
-        throw CommandError(path + ": name the description; its data goes to a .raw file beside it");
+        throw Error(path + ": name the description; its data goes to a .raw file beside it");
+    if (!force && std::filesystem::exists(data))
+        throw UsageError(data +
+                         ": is there already, beside the description; --force overwrites it");
     const std::string name = described_name(data);
     PendingFile data_file(data);
     PendingFile description(path);
@@ -115,7 +145,7 @@ void save_volume(const Stack& stack, int rows, int cols, const std::string& path
         std::FILE* const stream = std::fopen(file.path().c_str(), "wb");
         const bool done = stream && fill(stream);
         if ((stream && std::fclose(stream) != 0) || !done)
-            throw CommandError(shown + ": Can't write all the data");
+            throw Error(shown + ": Can't write all the data");
     };
     ProgressBar bar("writing", static_cast<std::int64_t>(stack.size()));
     write(data_file, data, [&](std::FILE* stream) {
@@ -138,31 +168,34 @@ void save_volume(const Stack& stack, int rows, int cols, const std::string& path
     description.commit();
 }
 
-void smooth(const VolumeOptions& options) {
-    const VolumePtr volume = load_volume(options.in);
+int smooth_volume(const Arguments& arguments, const Arguments& common) {
+    const VolumePtr volume = load_volume(arguments.text("IN"));
     VolumePtr result;
     {
         const ProgressBar bar("smoothing", 1);
-        result.reset(volume->smooth_volume(options.sigma));
+        result.reset(volume->smooth_volume(static_cast<float>(arguments.number("sigma"))));
     }
     if (!result)
-        throw CommandError(options.in + ": Can't smooth slices of different sizes");
-    save_volume(planes_of(*result, &CImage::pixels), result->nrows, result->ncols, options.out);
+        throw Error(arguments.text("IN") + ": Can't smooth slices of different sizes");
+    save_volume(planes_of(*result, &CImage::pixels), result->nrows, result->ncols,
+                arguments.text("OUT"), common.flag("force"));
+    return 0;
 }
 
-void find_ridges(const VolumeOptions& options) {
-    const VolumePtr volume = load_volume(options.in);
+int find_ridges(const Arguments& arguments, const Arguments& common) {
+    const VolumePtr volume = load_volume(arguments.text("IN"));
     {
         const ProgressBar bar("looking for ridges", 1);
-        volume->ridges(options.sigma, 0.0f, 0, 0, 0);
+        volume->ridges(static_cast<float>(arguments.number("sigma")), 0.0f, 0, 0, 0);
     }
-    const auto plane = options.value == "smallest" ? &CImage::mag_plane
-                       : options.value == "middle" ? &CImage::dir_plane
-                                                   : &CImage::scale_plane;
+    const auto plane = arguments.text("value") == "smallest" ? &CImage::mag_plane
+                       : arguments.text("value") == "middle" ? &CImage::dir_plane
+                                                             : &CImage::scale_plane;
     const Stack stack = planes_of(*volume, plane);
     if (stack.empty())
-        throw CommandError(options.in + ": Can't find ridges in slices of different sizes");
-    save_volume(stack, volume->nrows, volume->ncols, options.out);
+        throw Error(arguments.text("IN") + ": Can't find ridges in slices of different sizes");
+    save_volume(stack, volume->nrows, volume->ncols, arguments.text("OUT"), common.flag("force"));
+    return 0;
 }
 
 // What a picture of a volume is a cut or a projection along.
@@ -207,94 +240,142 @@ float projected(const View& view, const std::string& projection, int row, int co
     return projection == "maximum" ? largest : static_cast<float>(sum / view.depth());
 }
 
-void make_picture(const VolumeOptions& options) {
-    format_of_ending(options.out); // before the work
-    const VolumePtr volume = load_volume(options.in);
-    check_slices(*volume, options.in);
+int make_picture(const Arguments& arguments, const Arguments& common) {
+    if (!is_picture_path(arguments.text("OUT"))) // before the work
+        throw Error(arguments.text("OUT") + ": the ending names no format of pictures");
+    const VolumePtr volume = load_volume(arguments.text("IN"));
+    check_slices(*volume, arguments.text("IN"));
     const Stack stack = planes_of(*volume, &CImage::pixels);
-    const View view(stack, volume->nrows, volume->ncols, options.axis);
-    const int index = options.index < 0 ? view.depth() / 2 : options.index;
+    const View view(stack, volume->nrows, volume->ncols, arguments.text("axis"));
+    const int index = arguments.is_given("index") ? arguments.integer("index") : view.depth() / 2;
+    const std::string projection = arguments.text("projection");
     if (index >= view.depth())
-        throw CommandError(options.in + ": there are only " + std::to_string(view.depth()) + " " +
-                           options.axis);
+        throw Error(arguments.text("IN") + ": there are only " + std::to_string(view.depth()) +
+                    " " + arguments.text("axis"));
     CImage picture(view.height(), view.width(), 0, 0, volume->pixel_format);
     if (!picture.pixels)
-        throw CommandError("there is no memory for the picture");
+        throw Error("there is no memory for the picture");
     ProgressBar bar("drawing", view.height());
     for (int i = 0; i < view.height(); ++i, bar.advance()) {
         for (int j = 0; j < view.width(); ++j)
-            picture.pixels[i][j] = options.projection.empty()
-                                       ? view.at(index, i, j)
-                                       : projected(view, options.projection, i, j);
+            picture.pixels[i][j] =
+                projection.empty() ? view.at(index, i, j) : projected(view, projection, i, j);
     }
-    fit_to_format(picture, options.out);
-    save(picture, options.out);
+    SaveOptions save;
+    if (arguments.is_given("window")) {
+        const double centre = arguments.number("window", 0);
+        const double half = arguments.number("window", 1) / 2.0;
+        if (!(half > 0.0))
+            throw UsageError("the width of --window must be above 0");
+        save.range = {RangeRule::fixed, centre - half, centre + half};
+    }
+    save_picture(picture, arguments.text("OUT"), save, [&](const std::string& note) {
+        if (!common.flag("quiet"))
+            std::fprintf(stderr, "%s\n", note.c_str());
+    });
+    return 0;
 }
 
-CLI::App* add_command(CLI::App* parent, const char* name, const char* purpose,
-                      const std::shared_ptr<VolumeOptions>& options, const char* out) {
-    CLI::App* const command = parent->add_subcommand(name, purpose);
-    command->add_option("IN", options->in, "A description of a volume")->required();
-    command->add_option("OUT", options->out, out)->required();
-    return command;
-}
+constexpr const char* description_notes =
+    "A volume is read from a description: six lines of text, told apart by their place. V1, a "
+    "numbered series of pictures: 'V1', 'directory=FOLDER', 'prefix=NAME', 'start slice=FIRST', "
+    "'end slice=LAST', 'suffix=.pgm'; slice n is FOLDER/NAMEn.pgm. V2, samples in one file without "
+    "a header: 'V2', 'file=PATH', 'nbf=SLICES', 'row=ROWS', 'col=COLUMNS', 'size=N', where N is 1 "
+    "for unsigned bytes, 2 for signed 16-bit and 4 for signed 32-bit integers, 40 for 32-bit "
+    "floats, low byte first. Names are taken as they stand, not relative to the description.";
 
-void add_sigma(CLI::App* command, const std::shared_ptr<VolumeOptions>& options) {
-    command->add_option("--sigma", options->sigma, "Standard deviation of the Gaussian, in voxels")
-        ->check(check_positive, "POSITIVE")
-        ->capture_default_str();
-}
+constexpr Option in_place = {
+    .name = "IN", .kind = Kind::path, .purpose = "A description of a volume", .is_required = true};
+constexpr Option info_places[] = {in_place};
+constexpr Option volume_places[] = {
+    in_place,
+    {.name = "OUT",
+     .kind = Kind::output,
+     .purpose = "The description to write; the data goes to a .raw file beside it",
+     .is_required = true}};
+constexpr Option picture_places[] = {
+    in_place,
+    {.name = "OUT",
+     .kind = Kind::output,
+     .purpose = "The picture to write; its ending picks the format",
+     .is_required = true}};
+constexpr Option sigma_option = {.name = "sigma",
+                                 .kind = Kind::number,
+                                 .purpose = "Standard deviation of the Gaussian",
+                                 .initial = "2",
+                                 .low = 0,
+                                 .high = 1000,
+                                 .excludes_low = true,
+                                 .unit = "voxels"};
+constexpr Option smooth_options[] = {sigma_option};
+constexpr Option ridge_options[] = {
+    sigma_option,
+    {.name = "value",
+     .kind = Kind::choice,
+     .purpose = "Which absolute eigenvalue of the second differences: the middle one is large on "
+                "lines and blobs, the largest also on sheets, the smallest on blobs only",
+     .initial = "middle",
+     .choices = "smallest|middle|largest"},
+};
+constexpr Option slice_options[] = {
+    {.name = "axis",
+     .kind = Kind::choice,
+     .purpose = "What is counted",
+     .initial = "slices",
+     .choices = "slices|rows|columns"},
+    {.name = "index",
+     .kind = Kind::integer,
+     .purpose = "Which one, from 0; the middle one if open",
+     .low = 0,
+     .excludes = "projection"},
+    {.name = "projection",
+     .kind = Kind::choice,
+     .purpose = "All of them in one",
+     .choices = "maximum|mean"},
+    {.name = "window",
+     .kind = Kind::number,
+     .purpose = "Show WIDTH values around CENTRE as 0 to 255",
+     .values = "CENTRE WIDTH",
+     .least = 2,
+     .most = 2},
+};
+
+constexpr Command table[] = {
+    {.description = {.group = "volume",
+                     .name = "info",
+                     .purpose = "Say what a volume holds",
+                     .notes = description_notes,
+                     .example = "head.txt",
+                     .places = info_places},
+     .run = print_info},
+    {.description = {.group = "volume",
+                     .name = "smooth",
+                     .purpose = "Smooth with a Gaussian",
+                     .notes = description_notes,
+                     .example = "head.txt smooth.txt --sigma 1.5",
+                     .places = volume_places,
+                     .options = smooth_options},
+     .run = smooth_volume},
+    {.description = {.group = "volume",
+                     .name = "ridges",
+                     .purpose = "Measure how each voxel's surroundings curve",
+                     .notes = description_notes,
+                     .example = "head.txt vessels.txt --sigma 2 --value middle",
+                     .places = volume_places,
+                     .options = ridge_options},
+     .run = find_ridges},
+    {.description = {.group = "volume",
+                     .name = "slice",
+                     .purpose = "Show a slice or a projection as a picture",
+                     .notes = description_notes,
+                     .example = "head.txt front.pgm --axis rows --projection maximum",
+                     .places = picture_places,
+                     .options = slice_options},
+     .run = make_picture},
+};
 
 } // namespace
 
-void add_volume_command(CLI::App& program) {
-    CLI::App* const parent =
-        program.add_subcommand("volume", "Read, smooth and measure stacks of slices");
-    parent->require_subcommand(1);
-    parent->footer("A volume is read from a description file, V1 (a numbered series of images) or "
-                   "V2 (raw data).\nExample: vorlane volume info head.txt");
-
-    const auto path = std::make_shared<std::string>();
-    CLI::App* command = parent->add_subcommand("info", "Say what a volume holds");
-    command->add_option("FILE", *path, "A description of a volume")->required();
-    command->footer("Example: vorlane volume info head.txt");
-    command->callback([path] { print_info(*path); });
-
-    constexpr const char* description =
-        "The description to write; the data goes to a .raw file beside it";
-    const auto smoothing = std::make_shared<VolumeOptions>();
-    command = add_command(parent, "smooth", "Smooth with a Gaussian", smoothing, description);
-    add_sigma(command, smoothing);
-    command->footer("Example: vorlane volume smooth head.txt smooth.txt --sigma 1.5");
-    command->callback([smoothing] { smooth(*smoothing); });
-
-    const auto ridges = std::make_shared<VolumeOptions>();
-    command = add_command(parent, "ridges", "Measure how each voxel's surroundings curve", ridges,
-                          description);
-    add_sigma(command, ridges);
-    command
-        ->add_option("--value", ridges->value,
-                     "Which absolute eigenvalue of the second differences: the middle one is large "
-                     "on lines and blobs, the largest also on sheets, the smallest on blobs only")
-        ->check(CLI::IsMember({"smallest", "middle", "largest"}))
-        ->capture_default_str();
-    command->footer("Example: vorlane volume ridges head.txt vessels.txt --sigma 2 --value middle");
-    command->callback([ridges] { find_ridges(*ridges); });
-
-    const auto picture = std::make_shared<VolumeOptions>();
-    command = add_command(parent, "slice", "Show a slice or a projection as a picture", picture,
-                          "The picture to write; its ending picks the format");
-    command->add_option("--axis", picture->axis, "What is counted: slices, rows or columns")
-        ->check(CLI::IsMember({"slices", "rows", "columns"}))
-        ->capture_default_str();
-    const auto index =
-        command->add_option("--index", picture->index, "Which one, from 0; the middle one if open")
-            ->check(CLI::NonNegativeNumber);
-    command->add_option("--projection", picture->projection, "All of them in one")
-        ->check(CLI::IsMember({"maximum", "mean"}))
-        ->excludes(index);
-    command->footer("Values beyond 0 to 255 are stretched to that range for 8-bit formats.\n"
-                    "Example: vorlane volume slice head.txt front.pgm --axis rows --projection "
-                    "maximum");
-    command->callback([picture] { make_picture(*picture); });
+std::span<const Command> volume_commands() {
+    return table;
 }

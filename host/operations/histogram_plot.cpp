@@ -1,9 +1,12 @@
-#include "histogram_plot.h"
+#include "host/operations/histogram_plot.h"
 
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstdio>
+
+#include "host/operations/statistics.h"
+
+namespace vorlane::host {
 
 namespace {
 
@@ -17,13 +20,6 @@ constexpr int most_bars = 512;
 constexpr int curve_points = 600;
 constexpr std::array<const char*, 6> component_colours = {"#d1495b", "#2e8b57", "#8a4fbf",
                                                           "#c98a00", "#0097a7", "#6d4c41"};
-
-template<class... Values>
-std::string text_of(const char* format, Values... values) {
-    std::array<char, 512> text{};
-    std::snprintf(text.data(), text.size(), format, values...);
-    return text.data();
-}
 
 std::string escaped(const std::string& text) {
     std::string result;
@@ -190,3 +186,5 @@ std::string plot_of(const CHistogram& h, const std::string& title) {
         svg += curve_of(h, -1, sum_style, axes);
     return svg + frame_of(axes, title) + legend_of(h) + "</svg>\n";
 }
+
+} // namespace vorlane::host
