@@ -18,12 +18,13 @@ done
 "$program" edges --help | grep -q Example || fail "no example in the help"
 
 rm -f new.pgm
-expect 1 "missing.pgm: CImage: Can't open file" "$program" edges missing.pgm new.pgm
-expect 1 "no/folder/out.pgm: No such file or directory" "$program" edges in.pgm no/folder/out.pgm
-expect 1 "the ending must be one of" "$program" edges in.pgm new.xyz
+expect 1 "missing.pgm: can't be opened" "$program" edges missing.pgm new.pgm
+expect 1 "no/folder/out.pgm: can't be written: No such file or directory" "$program" edges in.pgm no/folder/out.pgm
+expect 2 "names no format" "$program" edges in.pgm new.xyz
 expect 1 "not a colour image" "$program" luv in.pgm new.ppm
-expect 2 "is not a positive number" "$program" edges in.pgm new.pgm --sigma 0
+expect 2 "--sigma must be from 0.3 to 1000; got 0" "$program" edges in.pgm new.pgm --sigma 0
 expect 2 "" "$program" edges in.pgm
-expect 2 "" "$program" nonsense
+expect 2 "unknown command 'edgse', did you mean 'edges'?" "$program" edgse
+expect 2 "unknown option '--hihg', did you mean '--high'?" "$program" edges in.pgm new.pgm --hihg 1
 [ -z "$(ls | grep -E '^new|\.pgm\.')" ] || fail "left behind: $(ls)"
 echo "the program does as told"

@@ -23,6 +23,6 @@ expect 1 "ending" "$program" movie convert c.tq x.mov
 expect 2 "" "$program" movie reduce c.tq x.avi --factor 0
 if [ -e /dev/full ]; then
     ln -s /dev/full full.avi
-    expect 1 "CVideo: Can't write file" "$program" movie convert c.tq full.avi
+    expect 1 "No space left" "$program" movie convert c.tq full.avi
 fi
 [ -z "$(find . -name 'x.*')" ] || fail "something half-written stays behind"

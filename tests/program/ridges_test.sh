@@ -13,7 +13,7 @@
 
 "$program" ridges line.pgm out.pgm --bright --from 1 --to 2 --scales 3 --stages stages \
     --scale-map scale.ppm --overlay overlay.ppm >progress.txt
-[ "$(grep -c '^Current scale: k=' progress.txt)" = 3 ] || fail "progress: $(cat progress.txt)"
+[ ! -s progress.txt ] || fail "progress on standard output: $(cat progress.txt)"
 for file in out.pgm scale.ppm overlay.ppm stages/strength.pgm stages/direction.ppm stages/scale.ppm; do
     [ -s "$file" ] || fail "no $file"
 done
@@ -36,12 +36,13 @@ for command in ridges histogram; do
 done
 
 { printf 'P5\n4 3\n255\n'; printf '1%.0s' {1..12}; } >small.pgm
-expect 1 "the mask must have the size of the image" "$program" ridges line.pgm new.pgm --mask small.pgm
-expect 1 "the mask must be gray" "$program" histogram line.pgm --mask scale.ppm
-expect 1 "missing.pgm: CImage: Can't open file" "$program" histogram missing.pgm --plot new.svg
-expect 1 "no fit succeeded" "$program" histogram line.pgm --fit 9 --plot new.svg
-expect 1 "the ending must be one of" "$program" ridges line.pgm new.xyz
-expect 2 "is not a positive number" "$program" ridges line.pgm new.pgm --from 0
-expect 2 "is not a number of Gaussians" "$program" histogram line.pgm --fit 3:1
+expect 2 "the mask must have the size of the picture" "$program" ridges line.pgm new.pgm --mask small.pgm
+expect 2 "the mask must be gray" "$program" histogram line.pgm --mask scale.ppm
+expect 1 "missing.pgm: can't be opened" "$program" histogram missing.pgm --plot new.svg
+{ printf 'P5\n4 3\n255\n'; head -c 12 /dev/zero; } >black.pgm
+expect 1 "there is nothing to fit" "$program" histogram black.pgm --drop-zero --fit 1 --plot new.svg
+expect 2 "names no format" "$program" ridges line.pgm new.xyz
+expect 2 "--from must be above 0 and at most 32; got 0" "$program" ridges line.pgm new.pgm --from 0
+expect 2 "must be a number of Gaussians" "$program" histogram line.pgm --fit 3:1
 [ -z "$(ls | grep -E '^new|\.(pgm|svg)\.')" ] || fail "left behind: $(ls)"
 echo "ridges and histograms do as told"

@@ -38,7 +38,7 @@ expect 1 "there are only 8 slices" "$program" volume slice line.txt new.pgm --in
 expect 1 "No such file" "$program" volume smooth line.txt no/folder/new.txt
 expect 1 "without blanks" "$program" volume smooth line.txt "new one.txt"
 expect 1 "name the description" "$program" volume smooth line.txt new.raw
-expect 2 "is not a positive number" "$program" volume smooth line.txt new.txt --sigma -1
+expect 2 "must be above 0" "$program" volume smooth line.txt new.txt --sigma -1
 expect 2 "" "$program" volume
 "$program" volume slice --help | grep -q Example || fail "no example in the help"
 [ -z "$(ls | grep -E '^new|\.[A-Za-z0-9]{6}$')" ] || fail "left behind: $(ls)"
