@@ -1,12 +1,17 @@
 // The sub-commands on movies.
 
+#include <algorithm>
+#include <cctype>
+#include <cmath>
 #include <cstdio>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "commands.h"
+#include "host/movies.h"
 #include "host/pictures.h"
 #include "progress.h"
 
@@ -14,184 +19,281 @@ using namespace vorlane::host;
 
 namespace {
 
-constexpr int tq = 4;
-constexpr int avi = 5;
-constexpr int byte_samples = 4;
+using vorlane::ImageType;
+using vorlane::PixelFormat;
 
-struct CloseMovie {
-    void operator()(CVideo* movie) const {
-        movie->CloseVideo();
-        delete movie;
+std::unique_ptr<MovieReader> open_with(const Arguments& arguments, const char* place = "IN") {
+    return open_movie(arguments.text(place),
+                      {.allow_truncated = arguments.flag("allow-truncated")});
+}
+
+// A frame on its way into another movie; gives null behind the last one.
+using NextFrame = std::function<const CImage*()>;
+
+// What becomes of values that bytes don't hold: one rule for the whole movie. Where they are to be
+// stretched, all frames are gone through twice: `begin` starts them anew.
+void save_frames(const Arguments& arguments, const Arguments& common, MovieSettings settings,
+                 const std::function<NextFrame()>& begin) {
+    const std::string out = arguments.text("OUT");
+    if (arguments.is_given("fps"))
+        settings.rate = arguments.number("fps");
+    if (arguments.flag("colour"))
+        settings.image_type = ImageType::colour;
+    settings.range = RangeRule::parse(arguments.text("range"));
+    if (!is_movie_path(out))
+        throw UsageError(out + ": the ending isn't that of a movie; endings are " +
+                         movie_endings());
+    if (settings.range.kind == RangeRule::stretch) {
+        RangeOfFrames range;
+        if (settings.pixel_format != PixelFormat::byte && movie_holds_bytes(out, settings)) {
+            const NextFrame next = begin();
+            while (const CImage* const frame = next())
+                range.add(*frame);
+        }
+        settings.range = range.resolve(settings.range);
+        if (settings.range.kind == RangeRule::fixed && !common.flag("quiet"))
+            std::fprintf(stderr, "%s: values %g to %g stretched to 0 to 255\n", out.c_str(),
+                         range.low(), range.high());
     }
-};
-using MoviePtr = std::unique_ptr<CVideo, CloseMovie>;
-
-MoviePtr open_movie(const std::string& path) {
-    MoviePtr movie(new CVideo);
-    if (!movie->OpenVideo(path.c_str()))
-        throw Error(path + ": " + take_message("Not a movie"));
-    return movie;
-}
-
-int movie_format_of_ending(const std::string& path) {
-    const std::string ending = std::filesystem::path(path).extension().string();
-    if (ending == ".tq")
-        return tq;
-    if (ending == ".avi")
-        return avi;
-    throw Error(path + ": the ending must be one of .tq, .avi");
-}
-
-// Writes `count` frames to a movie in the format of the path's ending: to a file beside, which
-// takes its place when it is whole. frame(n) gives an image, or null for a failure.
-template<class Frame>
-void save_movie(const std::string& path, int rows, int cols, int count, int pixel_format,
-                int image_type, Frame frame) {
-    const int format = movie_format_of_ending(path);
-    PendingFile file(path);
-    const int encoding = image_type == 1 || pixel_format == 0 ? byte_samples : pixel_format;
-    MoviePtr movie(
-        new CVideo(file.path().c_str(), rows, cols, count, format, encoding, image_type));
-    if (movie->file_format == 0)
-        throw Error(path + ": " + take_message("Can't create file"));
-    ProgressBar progress("frames", count);
-    for (int n = 0; n < count; ++n) {
-        const CImage* const image = frame(n);
-        if (!image)
-            throw Error(take_message("Can't make frame " + std::to_string(n)));
-        movie->WriteCurrentFrame(image);
+    const auto movie = create_movie(out, settings);
+    ProgressBar progress("frames", std::max<std::int64_t>(settings.frame_count, 1));
+    settings.frame_count = -1;
+    const NextFrame next = begin();
+    while (const CImage* const frame = next()) {
+        movie->add(*frame);
         progress.advance();
     }
-    movie->CloseVideo();
-    const std::string failure = take_message("");
-    if (!failure.empty())
-        throw Error(path + ": " + failure);
-    file.commit();
+    movie->finish();
 }
 
-const CImage* fetch(CVideo& movie, int n) {
-    return movie.GetFrame(n, nullptr) ? movie.image : nullptr;
+MovieSettings settings_of(const MovieInfo& info) {
+    MovieSettings settings;
+    settings.rows = info.rows;
+    settings.cols = info.cols;
+    settings.image_type = info.image_type;
+    settings.pixel_format = info.pixel_format;
+    settings.rate = info.rate;
+    settings.frame_count = info.frame_count;
+    return settings;
+}
+
+// Frames `first` to `last` (below 0: to the end) of a movie, each changed by `change`.
+using Change = std::function<const CImage*(const CImage& frame)>;
+void copy_frames(const Arguments& arguments, const Arguments& common, MovieReader& movie,
+                 const MovieSettings& settings, std::int64_t first, std::int64_t last,
+                 const Change& change) {
+    save_frames(arguments, common, settings, [&movie, first, last, change]() -> NextFrame {
+        movie.seek(first);
+        return [&movie, change, n = first, last]() mutable -> const CImage* {
+            if (last >= 0 && n > last)
+                return nullptr;
+            const CImage* const frame = movie.next();
+            ++n;
+            return frame ? change(*frame) : nullptr;
+        };
+    });
+}
+
+std::string rate_text(double rate) {
+    if (rate <= 0.0)
+        return "no frame rate stated";
+    char text[40];
+    std::snprintf(text, sizeof text, "%.6g frames a second", rate);
+    return text;
 }
 
 int print_info(const Arguments& arguments, const Arguments&) {
-    const MoviePtr movie = open_movie(arguments.text("IN"));
-    std::printf("%s: %s movie, %d frames of %d rows x %d columns, %s\n",
-                arguments.text("IN").c_str(), movie->file_format == avi ? "AVI" : "TQ",
-                movie->nframes, movie->nrows, movie->ncols,
-                movie->image_type == 1 ? "colour" : "gray");
+    const auto movie = open_with(arguments);
+    const std::int64_t count = movie->count_frames();
+    const MovieInfo& info = movie->info();
+    std::printf("%s: %s movie, %lld frames of %d rows x %d columns, %s, %s, codec %s",
+                arguments.text("IN").c_str(), info.format.c_str(), static_cast<long long>(count),
+                info.rows, info.cols, info.image_type == ImageType::colour ? "colour" : "gray",
+                rate_text(info.rate).c_str(), info.codec.c_str());
+    for (const auto& [what, value] : info.facts)
+        std::printf(", %s %s", what.c_str(), value.c_str());
+    std::printf("\n");
     return 0;
 }
 
-// "dir/f%.pgm": the number takes the place of the per cent sign.
-int take_apart(const Arguments& arguments, const Arguments&) {
-    const std::size_t mark = arguments.text("OUT").rfind('%');
-    if (mark == std::string::npos)
-        throw Error(arguments.text("OUT") + ": there is no % for the number of the frame");
-    const MoviePtr movie = open_movie(arguments.text("IN"));
-    ProgressBar progress("frames", movie->nframes);
-    for (int n = 0; n < movie->nframes; ++n) {
-        if (!fetch(*movie, n))
-            throw Error(arguments.text("IN") + ": can't read frame " + std::to_string(n));
-        CImage image(movie->image);
-        image.pixel_format = movie->pixel_format;
-        save_picture(image, arguments.text("OUT").substr(0, mark) +
-                                std::to_string(n + arguments.integer("first")) +
-                                arguments.text("OUT").substr(mark + 1));
+// "f%.pgm" or "f%04d.pgm": where the number stands, and to how many digits.
+struct Pattern {
+    std::string before, behind;
+    std::size_t digits = 1;
+
+    explicit Pattern(const std::string& text) {
+        const std::size_t mark = text.rfind('%');
+        if (mark == std::string::npos)
+            throw UsageError(text + ": there is no % for the number of the frame");
+        before = text.substr(0, mark);
+        std::size_t end = mark + 1;
+        std::size_t wanted = 0;
+        while (end < text.size() && std::isdigit(static_cast<unsigned char>(text[end])) != 0 &&
+               wanted < 10)
+            wanted = wanted * 10 + static_cast<std::size_t>(text[end++] - '0');
+        const bool is_number = end < text.size() && text[end] == 'd';
+        if (is_number)
+            digits = std::clamp<std::size_t>(wanted, 1, 20);
+        behind = text.substr(is_number ? end + 1 : mark + 1);
+    }
+
+    std::string name_of(std::int64_t n) const {
+        std::string number = std::to_string(n);
+        if (number.size() < digits)
+            number.insert(0, digits - number.size(), '0');
+        return before + number + behind;
+    }
+};
+
+// Formats whose files hold values of any size.
+bool holds_values(const std::string& path) {
+    std::string ending = std::filesystem::path(path).extension().string();
+    for (char& c : ending)
+        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return ending == ".tif" || ending == ".tiff" || ending == ".tq" || ending == ".pfm" ||
+           ending == ".raw";
+}
+
+int take_apart(const Arguments& arguments, const Arguments& common) {
+    const Pattern pattern(arguments.text("OUT"));
+    const auto movie = open_with(arguments);
+    const MovieInfo& info = movie->info();
+    SaveOptions save;
+    save.range = RangeRule::parse(arguments.text("range"));
+    const bool has_values =
+        info.pixel_format == PixelFormat::float32 || info.pixel_format == PixelFormat::int32;
+    if (save.range.kind == RangeRule::stretch && has_values &&
+        !holds_values("x" + pattern.behind)) {
+        RangeOfFrames range; // one for all pictures
+        while (const CImage* const frame = movie->next())
+            range.add(*frame);
+        movie->seek(0);
+        const RangeRule rule = range.resolve(save.range);
+        save.range = rule;
+        if (rule.kind == RangeRule::fixed && !common.flag("quiet"))
+            std::fprintf(stderr, "%s: values %g to %g stretched to 0 to 255\n",
+                         arguments.text("OUT").c_str(), range.low(), range.high());
+    }
+    ProgressBar progress("frames", std::max<std::int64_t>(info.frame_count, 1));
+    for (std::int64_t n = arguments.integer("first");; ++n) {
+        const CImage* const frame = movie->next();
+        if (!frame)
+            return 0;
+        save_picture(*frame, pattern.name_of(n), save);
         progress.advance();
     }
+}
+
+int put_together(const Arguments& arguments, const Arguments& common) {
+    const std::vector<std::string> names = arguments.texts("IMAGES");
+    MovieSettings settings;
+    {
+        const ImagePtr first = open_picture(names.front()).image;
+        settings.rows = first->nrows;
+        settings.cols = first->ncols;
+        settings.image_type = first->image_type;
+        settings.pixel_format = first->pixel_format;
+        settings.frame_count = static_cast<std::int64_t>(names.size());
+    }
+    save_frames(arguments, common, settings, [&names]() -> NextFrame {
+        auto image = std::make_shared<ImagePtr>();
+        return [&names, image, n = std::size_t{0}]() mutable -> const CImage* {
+            *image = n < names.size() ? open_picture(names[n++]).image : nullptr;
+            return image->get();
+        };
+    });
     return 0;
 }
 
-int put_together(const Arguments& arguments, const Arguments&) {
-    const std::vector<std::string> images = arguments.texts("IMAGES");
-    ImagePtr image = open_picture(images.front()).image;
-    save_movie(arguments.text("OUT"), image->nrows, image->ncols, static_cast<int>(images.size()),
-               image->pixel_format, image->image_type, [&](int n) {
-                   image = open_picture(images[static_cast<std::size_t>(n)]).image;
-                   return image.get();
-               });
+int convert(const Arguments& arguments, const Arguments& common) {
+    const auto movie = open_with(arguments);
+    MovieSettings settings = settings_of(movie->info());
+    const bool is_normalized =
+        arguments.flag("normalize") && settings.image_type == ImageType::gray;
+    if (is_normalized)
+        settings.pixel_format = PixelFormat::byte;
+    ImagePtr stretched;
+    copy_frames(arguments, common, *movie, settings, 0, -1, [&](const CImage& frame) {
+        if (!is_normalized)
+            return &frame;
+        stretched = std::make_unique<CImage>(&frame);
+        stretched->Normalize(0.0f, 255.0f);
+        return static_cast<const CImage*>(stretched.get());
+    });
     return 0;
 }
 
-void copy_movie(const std::string& in, const std::string& out, bool is_normalized) {
-    const MoviePtr movie = open_movie(in);
-    save_movie(out, movie->nrows, movie->ncols, movie->nframes, movie->pixel_format,
-               movie->image_type, [&](int n) {
-                   const bool is_there = fetch(*movie, n) != nullptr;
-                   if (is_there && is_normalized && movie->image_type == 0)
-                       movie->image->Normalize(0.0f, 255.0f);
-                   return is_there ? movie->image : nullptr;
-               });
-}
-
-int convert(const Arguments& arguments, const Arguments&) {
-    copy_movie(arguments.text("IN"), arguments.text("OUT"), arguments.flag("normalize"));
-    return 0;
-}
-
-int extract(const Arguments& arguments, const Arguments&) {
-    const MoviePtr movie = open_movie(arguments.text("IN"));
-    const int first = arguments.is_given("frames") ? arguments.integer("frames", 0) : 0;
-    const int last =
-        arguments.is_given("frames") ? arguments.integer("frames", 1) : movie->nframes - 1;
-    const std::vector<int> part =
-        !arguments.is_given("rectangle")
-            ? std::vector<int>{0, 0, movie->nrows, movie->ncols}
-            : std::vector<int>{arguments.integer("rectangle", 0), arguments.integer("rectangle", 1),
-                               arguments.integer("rectangle", 2),
-                               arguments.integer("rectangle", 3)};
-    if (first < 0 || last < first || last >= movie->nframes)
-        throw Error(arguments.text("IN") + ": it has frames 0 to " +
-                    std::to_string(movie->nframes - 1));
+int extract(const Arguments& arguments, const Arguments& common) {
+    const auto movie = open_with(arguments);
+    const bool has_frames = arguments.is_given("frames");
+    const int first = has_frames ? arguments.integer("frames", 0) : 0;
+    const int last = has_frames ? arguments.integer("frames", 1) : -1;
+    if (has_frames) {
+        const std::int64_t count = movie->count_frames();
+        if (last < first || last >= count)
+            throw UsageError(arguments.text("IN") + ": it has frames 0 to " +
+                             std::to_string(count - 1));
+    }
+    MovieSettings settings = settings_of(movie->info());
+    std::vector<int> part = {0, 0, settings.rows, settings.cols};
+    if (arguments.is_given("rectangle")) {
+        for (int n = 0; n < 4; ++n)
+            part[static_cast<std::size_t>(n)] = arguments.integer("rectangle", n);
+    }
+    if (part[2] < 1 || part[3] < 1 || part[0] > settings.rows - part[2] ||
+        part[1] > settings.cols - part[3])
+        throw UsageError("The rectangle doesn't lie in the frames");
+    settings.rows = part[2];
+    settings.cols = part[3];
+    if (has_frames)
+        settings.frame_count = last - first + 1;
     ImagePtr result;
-    save_movie(arguments.text("OUT"), part[2], part[3], last - first + 1, movie->pixel_format,
-               movie->image_type, [&](int n) {
-                   const CImage* const frame = fetch(*movie, first + n);
-                   result.reset(frame ? frame->Extract(part[0], part[1], part[2], part[3])
-                                      : nullptr);
-                   if (frame && !result)
-                       throw Error("The rectangle doesn't lie in the frames");
-                   return result.get();
-               });
+    copy_frames(arguments, common, *movie, settings, first, last, [&](const CImage& frame) {
+        result = checked(frame.Extract(part[0], part[1], part[2], part[3]),
+                         "there is no memory for a frame");
+        return result.get();
+    });
     return 0;
 }
 
-int reduce(const Arguments& arguments, const Arguments&) {
-    const MoviePtr movie = open_movie(arguments.text("IN"));
+int reduce(const Arguments& arguments, const Arguments& common) {
+    const auto movie = open_with(arguments);
+    const int factor = arguments.integer("factor");
+    const int mode = arguments.flag("smooth") ? 1 : 0;
+    MovieSettings settings = settings_of(movie->info());
+    settings.rows /= factor;
+    settings.cols /= factor;
     ImagePtr result;
-    save_movie(arguments.text("OUT"), movie->nrows / arguments.integer("factor"),
-               movie->ncols / arguments.integer("factor"), movie->nframes, movie->pixel_format,
-               movie->image_type, [&](int n) {
-                   const CImage* const frame = fetch(*movie, n);
-                   result.reset(frame ? frame->Reduce(arguments.integer("factor"),
-                                                      arguments.flag("smooth") ? 1 : 0)
-                                      : nullptr);
-                   return result.get();
-               });
+    copy_frames(arguments, common, *movie, settings, 0, -1, [&](const CImage& frame) {
+        result = checked(frame.Reduce(factor, mode), "there is no memory for a frame");
+        return result.get();
+    });
     return 0;
 }
 
-int superpose(const Arguments& arguments, const Arguments&) {
-    const MoviePtr movie = open_movie(arguments.text("IN"));
-    const MoviePtr marks = open_movie(arguments.text("MARKS"));
+int superpose(const Arguments& arguments, const Arguments& common) {
+    const auto movie = open_with(arguments);
+    const auto marks = open_with(arguments, "MARKS");
+    MovieSettings settings = settings_of(movie->info());
+    settings.image_type = ImageType::colour;
+    settings.pixel_format = PixelFormat::byte;
     ImagePtr result;
-    constexpr int colour = 1;
-    save_movie(arguments.text("OUT"), movie->nrows, movie->ncols, movie->nframes, byte_samples,
-               colour, [&](int n) {
-                   const CImage* const frame = fetch(*movie, n);
-                   if (n < marks->nframes)
-                       marks->GetFrame(n, nullptr);
-                   result.reset(frame ? frame->Superpose(marks->image) : nullptr);
-                   return result.get();
-               });
+    ImagePtr mark; // the last one stays where the marks are fewer
+    copy_frames(arguments, common, *movie, settings, 0, -1, [&](const CImage& frame) {
+        if (const CImage* const next = marks->next())
+            mark = std::make_unique<CImage>(next);
+        result =
+            checked(frame.Superpose(mark.get()), "The marks have smaller frames than the movie");
+        return result.get();
+    });
     return 0;
 }
 
 // The library makes a movie in a temporary file of this.
-int from_yuv(const Arguments& arguments, const Arguments&) {
-    const MoviePtr made(VideoFromYUV(arguments.text("IN").c_str(), arguments.integer("rows"),
-                                     arguments.integer("cols"), arguments.integer("frames"),
-                                     arguments.integer("chroma"), arguments.flag("half") ? 1 : 0));
+int from_yuv(const Arguments& arguments, const Arguments& common) {
+    const std::unique_ptr<CVideo> made(VideoFromYUV(
+        arguments.text("IN").c_str(), arguments.integer("rows"), arguments.integer("cols"),
+        arguments.integer("frames"), arguments.integer("chroma"), arguments.flag("half") ? 1 : 0));
     const std::string failure = take_message("");
     if (!made || !failure.empty())
         throw Error(arguments.text("IN") + ": " +
@@ -202,17 +304,12 @@ int from_yuv(const Arguments& arguments, const Arguments&) {
         std::filesystem::remove(*path, ignored);
     };
     const std::unique_ptr<const std::string, decltype(remove)> removes(&temporary, remove);
-    if (movie_format_of_ending(arguments.text("OUT")) ==
-        avi) { // as it is, also if it begins with gray
-        PendingFile file(arguments.text("OUT"));
-        made->WriteVideo(file.path().c_str(), avi, 0, 0, 0);
-        const std::string unwritten = take_message("");
-        if (!unwritten.empty())
-            throw Error(arguments.text("OUT") + ": " + unwritten);
-        file.commit();
-        return 0;
-    }
-    copy_movie(temporary, arguments.text("OUT"), false);
+    const auto movie = open_movie(temporary);
+    MovieSettings settings = settings_of(movie->info());
+    settings.rate = 0.0; // raw frames have none
+    settings.image_type = ImageType::colour;
+    copy_frames(arguments, common, *movie, settings, 0, -1,
+                [](const CImage& frame) { return &frame; });
     return 0;
 }
 
@@ -220,15 +317,16 @@ constexpr Option in_place = {
     .name = "IN", .kind = Kind::path, .purpose = "A movie", .is_required = true};
 constexpr Option out_place = {.name = "OUT",
                               .kind = Kind::output,
-                              .purpose = "The movie to write, .tq or .avi",
+                              .purpose = "The movie to write; its ending picks the format",
                               .is_required = true};
 constexpr Option info_places[] = {in_place};
 constexpr Option copy_places[] = {in_place, out_place};
-constexpr Option frames_places[] = {in_place,
-                                    {.name = "OUT",
-                                     .kind = Kind::output,
-                                     .purpose = "Name of the pictures; % stands for the number",
-                                     .is_required = true}};
+constexpr Option frames_places[] = {
+    in_place,
+    {.name = "OUT",
+     .kind = Kind::output,
+     .purpose = "Name of the pictures; % stands for the number, %03d for one of three digits",
+     .is_required = true}};
 constexpr Option build_places[] = {out_place,
                                    {.name = "IMAGES",
                                     .kind = Kind::path,
@@ -251,11 +349,36 @@ constexpr Option number_option(const char* name, const char* purpose) {
             .high = largest_int,
             .is_required = true};
 }
-constexpr Option frames_options[] = {{.name = "first",
-                                      .kind = Kind::integer,
-                                      .purpose = "Number of the first",
-                                      .initial = "0",
-                                      .low = 0}};
+constexpr Option truncated_option = {
+    .name = "allow-truncated",
+    .purpose = "Take the frames that are there of a file that is cut short"};
+constexpr Option fps_option = {.name = "fps",
+                               .kind = Kind::number,
+                               .purpose = "The frame rate; if open that of the source, or 25",
+                               .low = 0.01,
+                               .high = 1000,
+                               .unit = "frames a second"};
+constexpr Option range_option = {
+    .name = "range",
+    .kind = Kind::text,
+    .purpose = "Values outside 0 to 255 in a movie of bytes: stretch the range of all frames, "
+               "clamp or wrap those, or bring LO:HI to 0 to 255",
+    .values = "stretch|clamp|wrap|LO:HI",
+    .initial = "stretch"};
+constexpr Option colour_option = {.name = "colour",
+                                  .purpose = "Write in colour, whatever the first frame is"};
+constexpr Option frames_options[] = {
+    {.name = "first",
+     .kind = Kind::integer,
+     .purpose = "Number of the first",
+     .initial = "0",
+     .low = 0},
+    range_option,
+    truncated_option,
+};
+constexpr Option info_options[] = {truncated_option};
+constexpr Option build_options[] = {fps_option, range_option, colour_option};
+constexpr Option superpose_options[] = {fps_option, range_option, colour_option, truncated_option};
 constexpr Option yuv_options[] = {
     number_option("rows", "Rows of a frame"),
     number_option("cols", "Columns of a frame"),
@@ -267,9 +390,18 @@ constexpr Option yuv_options[] = {
      .low = 0,
      .high = 1},
     {.name = "half", .purpose = "Frames of half the size"},
+    fps_option,
+    range_option,
+    colour_option,
+    truncated_option,
 };
 constexpr Option convert_options[] = {
-    {.name = "normalize", .purpose = "Stretch each gray frame to 0 to 255"}};
+    {.name = "normalize", .purpose = "Stretch each gray frame to 0 to 255 by itself"},
+    fps_option,
+    range_option,
+    colour_option,
+    truncated_option,
+};
 constexpr Option crop_options[] = {
     {.name = "frames",
      .kind = Kind::integer,
@@ -285,6 +417,10 @@ constexpr Option crop_options[] = {
      .low = 0,
      .least = 4,
      .most = 4},
+    fps_option,
+    range_option,
+    colour_option,
+    truncated_option,
 };
 constexpr Option reduce_options[] = {
     {.name = "factor",
@@ -296,6 +432,10 @@ constexpr Option reduce_options[] = {
     {.name = "smooth",
      .purpose = "For factor 2: a wider filter than the mean, over 3 x 3 pixels",
      .alias = "filtered"},
+    fps_option,
+    range_option,
+    colour_option,
+    truncated_option,
 };
 
 constexpr Command table[] = {
@@ -303,12 +443,13 @@ constexpr Command table[] = {
                      .name = "info",
                      .purpose = "Say what a movie file holds",
                      .example = "heart.avi",
-                     .places = info_places},
+                     .places = info_places,
+                     .options = info_options},
      .run = print_info},
     {.description = {.group = "movie",
                      .name = "frames",
                      .purpose = "Write each frame to a picture",
-                     .example = "heart.avi frame%.pgm --first 1",
+                     .example = "heart.avi frame%03d.png --first 1",
                      .places = frames_places,
                      .options = frames_options},
      .run = take_apart},
@@ -316,7 +457,8 @@ constexpr Command table[] = {
                      .name = "build",
                      .purpose = "Make a movie of pictures, of the size and kind of the first",
                      .example = "heart.avi frame1.pgm frame2.pgm",
-                     .places = build_places},
+                     .places = build_places,
+                     .options = build_options},
      .run = put_together},
     {.description = {.group = "movie",
                      .name = "from-yuv",
@@ -356,7 +498,8 @@ constexpr Command table[] = {
                      .name = "superpose",
                      .purpose = "Paint the marks of another movie in red",
                      .example = "heart.avi edges.tq marked.avi",
-                     .places = superpose_places},
+                     .places = superpose_places,
+                     .options = superpose_options},
      .run = superpose},
 };
 

@@ -1,63 +1,64 @@
+// The sub-commands on volumes.
+
 #include <algorithm>
-#include <cctype>
-#include <cmath>
 #include <cstdio>
-#include <filesystem>
 #include <limits>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "commands.h"
 #include "host/pictures.h"
+#include "host/vessels.h"
+#include "host/volumes.h"
 #include "progress.h"
 
 using namespace vorlane::host;
 
 namespace {
 
-using VolumePtr = std::unique_ptr<CVolume>;
-
-// One plane of every slice that could be read.
-using Stack = std::vector<const float* const*>;
-
-Stack planes_of(const CVolume& volume, float** CImage::*plane) {
-    Stack stack;
-    for (int k = 0; k < volume.nslices; ++k) {
-        if (volume.slices[k].*plane)
-            stack.push_back(volume.slices[k].*plane);
+// A progress bar for something that tells how much of how many is done.
+class Progress {
+public:
+    Progress(std::string what, const Arguments& common)
+        : what_(std::move(what)), is_quiet_(common.flag("quiet")) {}
+    void operator()(int done, int count) {
+        if (is_quiet_)
+            return;
+        if (!bar_)
+            bar_ = std::make_unique<ProgressBar>(what_, count);
+        bar_->show(done);
     }
-    return stack;
-}
 
-VolumePtr load_volume(const std::string& path) {
-    auto volume = std::make_unique<CVolume>();
-    {
-        const ProgressBar bar("reading", 1);
-        if (!volume->ReadVolume(path.c_str()))
-            throw Error(path + ": " + take_message("Not a description of a volume"));
+private:
+    std::string what_;
+    bool is_quiet_;
+    std::unique_ptr<ProgressBar> bar_;
+};
+
+Volume load(const Arguments& arguments, const Arguments& common) {
+    Progress progress("reading", common);
+    OpenVolumeOptions options;
+    options.series = arguments.text("series");
+    options.leave_out = arguments.flag("allow-missing");
+    options.progress = [&progress](int done, int count) { progress(done, count); };
+    Volume volume = open_volume(arguments.text("IN"), options);
+    for (const std::string& note : volume.notes) {
+        if (!common.flag("quiet"))
+            std::fprintf(stderr, "%s\n", note.c_str());
     }
-    const auto read = static_cast<int>(planes_of(*volume, &CImage::pixels).size());
-    if (read == 0)
-        throw Error(path + ": " + take_message("No slice can be read"));
-    if (read < volume->nslices)
-        std::fprintf(stderr, "vorlane: %s: %d of %d slices can't be read and are left out\n",
-                     path.c_str(), volume->nslices - read, volume->nslices);
-    take_message("");
     return volume;
 }
 
-// Gray slices of the size that the volume states, which is what pictures are made of.
-void check_slices(const CVolume& volume, const std::string& path) {
-    for (int k = 0; k < volume.nslices; ++k) {
-        const CImage& slice = volume.slices[k];
-        if (!slice.pixels)
-            continue;
-        if (slice.nrows != volume.nrows || slice.ncols != volume.ncols)
-            throw Error(path + ": the slices differ in size");
-        if (slice.image_type != 0)
-            throw Error(path + ": the slices aren't gray");
-    }
+void save(const CVolume& volume, const Arguments& arguments, const Arguments& common,
+          int pixel_format = vorlane::PixelFormat::float32) {
+    Progress progress("writing", common);
+    SaveVolumeOptions options;
+    options.force = common.flag("force");
+    options.pixel_format = pixel_format;
+    options.progress = [&progress](int done, int count) { progress(done, count); };
+    save_volume(volume, arguments.text("OUT"), options);
 }
 
 struct Range {
@@ -65,13 +66,15 @@ struct Range {
 };
 
 // The smallest and the largest sample that is a number.
-Range range_of(const CImage& image) {
+Range range_of(const CVolume& volume) {
     Range range{std::numeric_limits<float>::infinity(), -std::numeric_limits<float>::infinity()};
-    const int count = image.image_type == 1 ? 3 * image.ncols : image.ncols;
-    for (int i = 0; i < image.nrows; ++i) {
-        for (int j = 0; j < count; ++j) {
-            range.low = std::fmin(range.low, image.pixels[i][j]);
-            range.high = std::fmax(range.high, image.pixels[i][j]);
+    for (int k = 0; k < volume.nslices; ++k) {
+        for (int i = 0; i < volume.nrows; ++i) {
+            const float* const row = volume.slices[k].pixels[i];
+            for (int j = 0; j < volume.ncols; ++j) {
+                range.low = row[j] < range.low ? row[j] : range.low;
+                range.high = row[j] > range.high ? row[j] : range.high;
+            }
         }
     }
     return range;
@@ -92,121 +95,97 @@ const char* name_of_encoding(int pixel_format) {
     }
 }
 
-int print_info(const Arguments& arguments, const Arguments&) {
-    const std::string path = arguments.text("IN");
-    const VolumePtr volume = load_volume(path);
-    float low = std::numeric_limits<float>::infinity();
-    float high = -low;
-    for (int k = 0; k < volume->nslices; ++k) {
-        if (!volume->slices[k].pixels)
-            continue;
-        const Range range = range_of(volume->slices[k]);
-        low = std::min(low, range.low);
-        high = std::max(high, range.high);
-    }
-    std::printf("%s: %s, %d slices of %d rows x %d columns, %s, values %g to %g\n", path.c_str(),
-                volume->file_format == 20 ? "a series of images" : "raw data", volume->nslices,
-                volume->nrows, volume->ncols, name_of_encoding(volume->pixel_format),
-                static_cast<double>(low), static_cast<double>(high));
+int print_info(const Arguments& arguments, const Arguments& common) {
+    const Volume opened = load(arguments, common);
+    const CVolume& volume = *opened.volume;
+    const Range range = range_of(volume);
+    std::printf("%s: %s, %d slices of %d rows x %d columns, %s, values %g to %g\n",
+                arguments.text("IN").c_str(), opened.format.c_str(), volume.nslices, volume.nrows,
+                volume.ncols, name_of_encoding(volume.pixel_format), static_cast<double>(range.low),
+                static_cast<double>(range.high));
+    if (opened.slice_spacing > 0.0 || opened.row_spacing > 0.0)
+        std::printf("  %g mm from slice to slice, %g from row to row, %g from column to column\n",
+                    opened.slice_spacing, opened.row_spacing, opened.col_spacing);
+    if (opened.width > 0.0)
+        std::printf("  window: %g values around %g\n", opened.width, opened.centre);
+    for (const auto& [what, text] : opened.facts)
+        std::printf("  %s: %s\n", what.c_str(), text.c_str());
     return 0;
 }
 
-bool can_be_described(const std::string& path) {
-    constexpr std::size_t longest = 99;
-    return path.size() <= longest && std::none_of(path.begin(), path.end(), [](unsigned char c) {
-               return std::isspace(c) != 0;
-           });
-}
-
-// The name of the data file as a description can hold it: whole, so that the description can be
-// read from every folder, or as it was given if that is too long.
-std::string described_name(const std::string& data) {
-    const std::string whole = std::filesystem::absolute(data).lexically_normal().string();
-    if (can_be_described(whole))
-        return whole;
-    if (can_be_described(data))
-        return data;
-    throw Error(data + ": a description takes names of up to 99 characters without blanks");
-}
-
-// Writes a description, and the samples as 32-bit floats into a file of the same name that ends in
-// .raw.
-void save_volume(const Stack& stack, int rows, int cols, const std::string& path, bool force) {
-    const std::string data = std::filesystem::path(path).replace_extension(".raw").string();
-    if (data == path)
-        throw Error(path + ": name the description; its data goes to a .raw file beside it");
-    if (!force && std::filesystem::exists(data))
-        throw UsageError(data +
-                         ": is there already, beside the description; --force overwrites it");
-    const std::string name = described_name(data);
-    PendingFile data_file(data);
-    PendingFile description(path);
-    const auto write = [](const PendingFile& file, const std::string& shown, const auto& fill) {
-        std::FILE* const stream = std::fopen(file.path().c_str(), "wb");
-        const bool done = stream && fill(stream);
-        if ((stream && std::fclose(stream) != 0) || !done)
-            throw Error(shown + ": Can't write all the data");
-    };
-    ProgressBar bar("writing", static_cast<std::int64_t>(stack.size()));
-    write(data_file, data, [&](std::FILE* stream) {
-        const auto count = static_cast<std::size_t>(cols);
-        for (const float* const* const plane : stack) {
-            for (int i = 0; i < rows; ++i) {
-                if (std::fwrite(plane[i], sizeof(float), count, stream) < count)
-                    return false;
-            }
-            bar.advance();
-        }
-        return true;
-    });
-    write(description, path, [&](std::FILE* stream) {
-        constexpr int float_samples = 40;
-        return std::fprintf(stream, "V2\nfile=%s\nnbf=%zu\nrow=%d\ncol=%d\nsize=%d\n", name.c_str(),
-                            stack.size(), rows, cols, float_samples) > 0;
-    });
-    data_file.commit();
-    description.commit();
+int convert_volume(const Arguments& arguments, const Arguments& common) {
+    const Volume opened = load(arguments, common);
+    save(*opened.volume, arguments, common, encoding_of_values(*opened.volume));
+    return 0;
 }
 
 int smooth_volume(const Arguments& arguments, const Arguments& common) {
-    const VolumePtr volume = load_volume(arguments.text("IN"));
+    const Volume opened = load(arguments, common);
+    const double sigma = arguments.number("sigma");
     VolumePtr result;
     {
         const ProgressBar bar("smoothing", 1);
-        result.reset(volume->smooth_volume(static_cast<float>(arguments.number("sigma"))));
+        if (arguments.flag("plain"))
+            result.reset(opened.volume->smooth_volume(static_cast<float>(sigma)));
+        else
+            result = smooth(*opened.volume, sigma);
     }
     if (!result)
-        throw Error(arguments.text("IN") + ": Can't smooth slices of different sizes");
-    save_volume(planes_of(*result, &CImage::pixels), result->nrows, result->ncols,
-                arguments.text("OUT"), common.flag("force"));
+        throw Error(arguments.text("IN") + ": can't be smoothed, there may be no memory");
+    save(*result, arguments, common);
     return 0;
 }
 
 int find_ridges(const Arguments& arguments, const Arguments& common) {
-    const VolumePtr volume = load_volume(arguments.text("IN"));
+    const Volume opened = load(arguments, common);
+    CVolume& volume = *opened.volume;
     {
         const ProgressBar bar("looking for ridges", 1);
-        volume->ridges(static_cast<float>(arguments.number("sigma")), 0.0f, 0, 0, 0);
+        volume.ridges(static_cast<float>(arguments.number("sigma")), 0.0f, 0, 0, 0);
     }
     const auto plane = arguments.text("value") == "smallest" ? &CImage::mag_plane
                        : arguments.text("value") == "middle" ? &CImage::dir_plane
                                                              : &CImage::scale_plane;
-    const Stack stack = planes_of(*volume, plane);
-    if (stack.empty())
-        throw Error(arguments.text("IN") + ": Can't find ridges in slices of different sizes");
-    save_volume(stack, volume->nrows, volume->ncols, arguments.text("OUT"), common.flag("force"));
+    for (int k = 0; k < volume.nslices; ++k) {
+        if (!(volume.slices[k].*plane))
+            throw Error(arguments.text("IN") + ": there is no memory for the ridges");
+        std::swap(volume.slices[k].pixels, volume.slices[k].*plane);
+    }
+    save(volume, arguments, common);
+    return 0;
+}
+
+int find_all_vessels(const Arguments& arguments, const Arguments& common) {
+    VesselOptions options;
+    options.from = arguments.number("from");
+    options.to = arguments.number("to");
+    options.count = arguments.integer("scales");
+    options.dark = arguments.flag("dark");
+    options.structure = arguments.text("structure") == "line"    ? Structure::line
+                        : arguments.text("structure") == "sheet" ? Structure::sheet
+                                                                 : Structure::blob;
+    options.measure =
+        arguments.text("measure") == "sato" ? VesselMeasure::sato : VesselMeasure::frangi;
+    const Volume opened = load(arguments, common);
+    VesselMap map;
+    {
+        Progress progress("scales", common);
+        map = find_vessels(*opened.volume, options,
+                           [&progress](int done, int count) { progress(done, count); });
+    }
+    save(arguments.flag("scale") ? *map.scale : *map.strength, arguments, common);
     return 0;
 }
 
 // What a picture of a volume is a cut or a projection along.
 class View {
 public:
-    View(const Stack& stack, int rows, int cols, const std::string& axis)
-        : stack_(stack), depth_(axis == "slices" ? static_cast<int>(stack.size())
-                                : axis == "rows" ? rows
-                                                 : cols),
-          height_(axis == "slices" ? rows : static_cast<int>(stack.size())),
-          width_(axis == "columns" ? rows : cols), axis_(axis[0]) {}
+    View(const CVolume& volume, const std::string& axis)
+        : volume_(volume), depth_(axis == "slices" ? volume.nslices
+                                  : axis == "rows" ? volume.nrows
+                                                   : volume.ncols),
+          height_(axis == "slices" ? volume.nrows : volume.nslices),
+          width_(axis == "columns" ? volume.nrows : volume.ncols), axis_(axis[0]) {}
 
     int depth() const { return depth_; }
     int height() const { return height_; }
@@ -215,16 +194,16 @@ public:
     float at(int position, int row, int col) const {
         switch (axis_) {
         case 's':
-            return stack_[static_cast<std::size_t>(position)][row][col];
+            return volume_.slices[position].pixels[row][col];
         case 'r':
-            return stack_[static_cast<std::size_t>(row)][position][col];
+            return volume_.slices[row].pixels[position][col];
         default:
-            return stack_[static_cast<std::size_t>(row)][col][position];
+            return volume_.slices[row].pixels[col][position];
         }
     }
 
 private:
-    const Stack& stack_;
+    const CVolume& volume_;
     int depth_, height_, width_;
     char axis_;
 };
@@ -242,17 +221,15 @@ float projected(const View& view, const std::string& projection, int row, int co
 
 int make_picture(const Arguments& arguments, const Arguments& common) {
     if (!is_picture_path(arguments.text("OUT"))) // before the work
-        throw Error(arguments.text("OUT") + ": the ending names no format of pictures");
-    const VolumePtr volume = load_volume(arguments.text("IN"));
-    check_slices(*volume, arguments.text("IN"));
-    const Stack stack = planes_of(*volume, &CImage::pixels);
-    const View view(stack, volume->nrows, volume->ncols, arguments.text("axis"));
+        throw UsageError(arguments.text("OUT") + ": the ending names no format of pictures");
+    const Volume opened = load(arguments, common);
+    const View view(*opened.volume, arguments.text("axis"));
     const int index = arguments.is_given("index") ? arguments.integer("index") : view.depth() / 2;
     const std::string projection = arguments.text("projection");
     if (index >= view.depth())
         throw Error(arguments.text("IN") + ": there are only " + std::to_string(view.depth()) +
                     " " + arguments.text("axis"));
-    CImage picture(view.height(), view.width(), 0, 0, volume->pixel_format);
+    CImage picture(view.height(), view.width(), 0, 0, opened.volume->pixel_format);
     if (!picture.pixels)
         throw Error("there is no memory for the picture");
     ProgressBar bar("drawing", view.height());
@@ -276,16 +253,20 @@ int make_picture(const Arguments& arguments, const Arguments& common) {
     return 0;
 }
 
-constexpr const char* description_notes =
-    "A volume is read from a description: six lines of text, told apart by their place. V1, a "
-    "numbered series of pictures: 'V1', 'directory=FOLDER', 'prefix=NAME', 'start slice=FIRST', "
-    "'end slice=LAST', 'suffix=.pgm'; slice n is FOLDER/NAMEn.pgm. V2, samples in one file without "
-    "a header: 'V2', 'file=PATH', 'nbf=SLICES', 'row=ROWS', 'col=COLUMNS', 'size=N', where N is 1 "
-    "for unsigned bytes, 2 for signed 16-bit and 4 for signed 32-bit integers, 40 for 32-bit "
-    "floats, low byte first. Names are taken as they stand, not relative to the description.";
+constexpr const char* volume_notes =
+    "A volume is a folder of DICOM files, a DICOM or TIFF file of several images, or a "
+    "description: six lines of text, told apart by their place. V1, a numbered series of pictures: "
+    "'V1', 'directory=FOLDER', 'prefix=NAME', 'start slice=FIRST', 'end slice=LAST', "
+    "'suffix=.pgm'; slice n is FOLDER/NAMEn.pgm. V2, samples in one file without a header: 'V2', "
+    "'file=PATH', 'nbf=SLICES', 'row=ROWS', 'col=COLUMNS', 'size=N', where N is 1 for unsigned "
+    "bytes, 2 for signed 16-bit and 4 for signed 32-bit integers, 40 for 32-bit floats, low byte "
+    "first. Names are taken as they stand and then relative to the description's folder.";
 
-constexpr Option in_place = {
-    .name = "IN", .kind = Kind::path, .purpose = "A description of a volume", .is_required = true};
+constexpr Option in_place = {.name = "IN",
+                             .kind = Kind::path,
+                             .purpose =
+                                 "A description of a volume, a file or a folder of DICOM files",
+                             .is_required = true};
 constexpr Option info_places[] = {in_place};
 constexpr Option volume_places[] = {
     in_place,
@@ -307,7 +288,55 @@ constexpr Option sigma_option = {.name = "sigma",
                                  .high = 1000,
                                  .excludes_low = true,
                                  .unit = "voxels"};
-constexpr Option smooth_options[] = {sigma_option};
+constexpr Option series_option = {.name = "series",
+                                  .kind = Kind::text,
+                                  .purpose = "Of a folder: the number of the series, or its end",
+                                  .values = "NUMBER"};
+constexpr Option missing_option = {.name = "allow-missing",
+                                   .purpose = "Leave out slices that can't be read"};
+constexpr Option reading_options[] = {series_option, missing_option};
+constexpr Option smooth_options[] = {
+    sigma_option,
+    {.name = "plain", .purpose = "As the library does: with a gain, and falling off at the border"},
+    series_option,
+    missing_option,
+};
+constexpr Option vessel_options[] = {
+    {.name = "from",
+     .kind = Kind::number,
+     .purpose = "Smallest scale; a line of radius r answers most at about r",
+     .initial = "1",
+     .low = 0.5,
+     .high = 50,
+     .unit = "voxels"},
+    {.name = "to",
+     .kind = Kind::number,
+     .purpose = "Largest scale",
+     .initial = "3",
+     .low = 0.5,
+     .high = 50,
+     .unit = "voxels"},
+    {.name = "scales",
+     .kind = Kind::integer,
+     .purpose = "Number of scales, in equal steps",
+     .initial = "3",
+     .low = 1,
+     .high = 1000},
+    {.name = "structure",
+     .kind = Kind::choice,
+     .purpose = "What to look for",
+     .initial = "line",
+     .choices = "line|sheet|blob"},
+    {.name = "measure",
+     .kind = Kind::choice,
+     .purpose = "sato in gray levels, frangi from 0 to 1",
+     .initial = "sato",
+     .choices = "sato|frangi"},
+    {.name = "dark", .purpose = "Structures that are darker than what lies around them"},
+    {.name = "scale", .purpose = "Write the scale of each voxel in place of its strength"},
+    series_option,
+    missing_option,
+};
 constexpr Option ridge_options[] = {
     sigma_option,
     {.name = "value",
@@ -316,6 +345,8 @@ constexpr Option ridge_options[] = {
                 "lines and blobs, the largest also on sheets, the smallest on blobs only",
      .initial = "middle",
      .choices = "smallest|middle|largest"},
+    series_option,
+    missing_option,
 };
 constexpr Option slice_options[] = {
     {.name = "axis",
@@ -338,20 +369,31 @@ constexpr Option slice_options[] = {
      .values = "CENTRE WIDTH",
      .least = 2,
      .most = 2},
+    series_option,
+    missing_option,
 };
 
 constexpr Command table[] = {
     {.description = {.group = "volume",
                      .name = "info",
                      .purpose = "Say what a volume holds",
-                     .notes = description_notes,
+                     .notes = volume_notes,
                      .example = "head.txt",
-                     .places = info_places},
+                     .places = info_places,
+                     .options = reading_options},
      .run = print_info},
+    {.description = {.group = "volume",
+                     .name = "convert",
+                     .purpose = "Write a volume as a description, in the encoding of its values",
+                     .notes = volume_notes,
+                     .example = "head.txt copy.txt",
+                     .places = volume_places,
+                     .options = reading_options},
+     .run = convert_volume},
     {.description = {.group = "volume",
                      .name = "smooth",
                      .purpose = "Smooth with a Gaussian",
-                     .notes = description_notes,
+                     .notes = volume_notes,
                      .example = "head.txt smooth.txt --sigma 1.5",
                      .places = volume_places,
                      .options = smooth_options},
@@ -359,15 +401,23 @@ constexpr Command table[] = {
     {.description = {.group = "volume",
                      .name = "ridges",
                      .purpose = "Measure how each voxel's surroundings curve",
-                     .notes = description_notes,
+                     .notes = volume_notes,
                      .example = "head.txt vessels.txt --sigma 2 --value middle",
                      .places = volume_places,
                      .options = ridge_options},
      .run = find_ridges},
     {.description = {.group = "volume",
+                     .name = "vessels",
+                     .purpose = "Find lines, sheets or blobs of several widths",
+                     .notes = volume_notes,
+                     .example = "head.txt tubes.txt --from 1 --to 4 --scales 4",
+                     .places = volume_places,
+                     .options = vessel_options},
+     .run = find_all_vessels},
+    {.description = {.group = "volume",
                      .name = "slice",
                      .purpose = "Show a slice or a projection as a picture",
-                     .notes = description_notes,
+                     .notes = volume_notes,
                      .example = "head.txt front.pgm --axis rows --projection maximum",
                      .places = picture_places,
                      .options = slice_options},
