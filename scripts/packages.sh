@@ -26,3 +26,8 @@ need_build_packages() {
     need_packages g++ cmake ninja-build libcli11-dev libpng-dev libjpeg62-turbo-dev libtiff-dev \
         libavformat-dev libavcodec-dev libswscale-dev libavutil-dev libdcmtk-dev
 }
+
+# What the Python module needs.
+need_python_packages() {
+    need_packages python3-dev python3-numpy pybind11-dev
+}
