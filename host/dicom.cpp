@@ -47,7 +47,11 @@ std::optional<std::array<double, n>> numbers_of(DcmItem& item, const DcmTagKey& 
     return numbers;
 }
 
+// Decimal or whole: the two are kinds of their own.
 double number_of(DcmItem& item, const DcmTagKey& key, double otherwise) {
+    Sint32 whole = 0;
+    if (item.findAndGetSint32(key, whole).good())
+        return whole;
     return numbers_of<1>(item, key).value_or(std::array<double, 1>{otherwise})[0];
 }
 
