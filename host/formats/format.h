@@ -97,6 +97,13 @@ extern const Format jpeg_format;
 extern const Format tiff_format;
 extern const Format dicom_format;
 
+// Whole numbers to floats, a row at a time.
+template<class Number>
+void widen(const Number* __restrict in, float* __restrict out, std::size_t count) {
+    for (std::size_t j = 0; j < count; ++j)
+        out[j] = in[j];
+}
+
 // Channels of pixels as files have them, brought to an image's own.
 //
 // Lays rows with an alpha channel behind their colours over white: `channels` without alpha, samples

@@ -180,8 +180,7 @@ void read_rows(Decoder& decoder, CImage& image, JSAMPROW* rows, int count) {
                 take_inks(rows[k], out, static_cast<std::size_t>(image.ncols),
                           codec->saw_Adobe_marker != FALSE);
             else
-                for (std::size_t j = 0; j < samples; ++j)
-                    out[j] = rows[k][j];
+                widen(rows[k], out, samples);
         }
     }
 }

@@ -116,11 +116,9 @@ public:
         float* const samples = is_direct() ? out : row_.data();
         if (layout_.bits == 16) {
             const auto* const words = reinterpret_cast<const png_uint_16*>(bytes);
-            for (std::size_t j = 0; j < samples_; ++j)
-                samples[j] = words[j];
+            widen(words, samples, samples_);
         } else {
-            for (std::size_t j = 0; j < samples_; ++j)
-                samples[j] = bytes[j];
+            widen(bytes, samples, samples_);
         }
         if (is_direct())
             return;

@@ -217,8 +217,7 @@ private:
                 for (std::size_t j = 0; j < count; ++j)
                     out[j] = scale_[static_cast<std::size_t>(bytes[2 * j]) << 8 | bytes[2 * j + 1]];
             } else if (header_.maximum == 255) {
-                for (std::size_t j = 0; j < count; ++j)
-                    out[j] = bytes[j];
+                widen(bytes.data(), out, count);
             } else {
                 for (std::size_t j = 0; j < count; ++j)
                     out[j] = scale_[bytes[j]];
