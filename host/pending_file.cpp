@@ -15,25 +15,30 @@
 
 #include "host/error.h"
 
-namespace vorlane::host {
-
-namespace {
-
 // Names that a signal handler can reach. A slot is taken before its name is complete and freed
 // after the file is gone, so the worst that a handler meets is a name that isn't there.
-struct Slot {
+struct PendingSlot {
     std::atomic<bool> is_taken;
     std::atomic<bool> has_name;
     char name[PATH_MAX];
 };
-Slot slots[256];
+
+// Shown to modules, whose copies of this code use the program's own table then.
+extern "C" [[gnu::visibility("default")]] PendingSlot vorlane_pending_slots[];
+PendingSlot vorlane_pending_slots[256];
+
+namespace vorlane::host {
+
+namespace {
+
+auto& slots = vorlane_pending_slots;
 
 // More files at once than there are slots are pending all the same, just not known to the handler.
 int remember(const std::string& path) {
     if (path.size() >= sizeof slots[0].name)
         return -1;
     int index = 0;
-    for (Slot& slot : slots) {
+    for (PendingSlot& slot : slots) {
         if (!slot.is_taken.exchange(true)) {
             std::memcpy(slot.name, path.c_str(), path.size() + 1);
             slot.has_name = true;
@@ -52,7 +57,7 @@ void forget(int index) {
 }
 
 extern "C" void remove_and_end(int signal_number) {
-    for (Slot& slot : slots) {
+    for (PendingSlot& slot : slots) {
         if (slot.has_name)
             unlink(slot.name);
     }

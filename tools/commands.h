@@ -48,6 +48,9 @@ int run_chain_command(const std::string& chain, const std::string& keep_steps,
                       const vorlane::host::Arguments& common,
                       const std::vector<std::string>& places);
 
+// A chain as it is typed, or, behind an @, the file that holds it.
+std::string chain_text(const std::string& typed);
+
 // Help.
 std::string help_of_program();
 std::string help_of_group(const std::string& group);

@@ -2,9 +2,11 @@
 #include <cstdio>
 #include <cstring>
 #include <exception>
+#include <filesystem>
 
 #include "commands.h"
 #include "host/command_line.h"
+#include "host/parts/loader.h"
 #include "host/pending_file.h"
 
 using namespace vorlane::host;
@@ -45,9 +47,8 @@ void set_places(Arguments& arguments, const std::vector<Word>& rest) {
 }
 
 int run(const Command& command, std::span<const Word> words) {
-    const bool is_picture_command = !command.run;
     Arguments own(command.description);
-    Arguments common(is_picture_command ? picture_options() : other_options());
+    Arguments common(command.run ? other_options() : picture_options());
     Arguments* const into[] = {&own, &common};
     const std::vector<Word> rest = parse_options(words, into);
     if (common.flag("help")) {
@@ -122,11 +123,22 @@ int run_program(std::vector<Word> words) {
     return std::strcmp(command.description.name, "compare") == 0 ? wrong_usage : failed;
 }
 
+// The folder of the modules, of an installed program or of one in its build tree.
+std::string module_folder() {
+    std::error_code error;
+    const auto program = std::filesystem::read_symlink("/proc/self/exe", error).parent_path();
+    const auto installed = program / VORLANE_MODULES;
+    return (std::filesystem::is_directory(installed, error) ? installed
+                                                            : program.parent_path() / "modules")
+        .string();
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
     collect_messages();
     remove_pending_files_on_signals();
+    set_module_folder(module_folder());
     std::vector<Word> words;
     for (int k = 1; k < argc; ++k)
         words.push_back({argv[k]});

@@ -151,6 +151,10 @@ std::string read_text(const std::string& path) {
 
 } // namespace
 
+std::string chain_text(const std::string& typed) {
+    return typed.rfind('@', 0) == 0 ? read_text(typed.substr(1)) : typed;
+}
+
 int run_operation_command(const Operation& operation, Arguments arguments, const Arguments& common,
                           const std::vector<std::string>& places) {
     std::vector<std::string> pictures = places;
@@ -182,7 +186,7 @@ int run_operation_command(const Operation& operation, Arguments arguments, const
     return run_pictures(std::move(chain), std::move(options), common, items);
 }
 
-int run_chain_command(const std::string& chain_text, const std::string& keep_steps,
+int run_chain_command(const std::string& typed, const std::string& keep_steps,
                       const Arguments& common, const std::vector<std::string>& places) {
     Chain chain =
         Chain::parse(chain_text.rfind('@', 0) == 0 ? read_text(chain_text.substr(1)) : chain_text);
