@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "commands.h"
+#include "host/command_line.h"
 #include "host/movies.h"
 #include "host/pictures.h"
 #include "progress.h"
@@ -289,6 +290,32 @@ int superpose(const Arguments& arguments, const Arguments& common) {
     return 0;
 }
 
+int run_chain(const Arguments& arguments, const Arguments& common) {
+    Chain chain = Chain::parse(chain_text(arguments.text("CHAIN")));
+    if (chain.input() == Input::file || chain.output() == Output::text)
+        throw UsageError("the steps for a movie take and give pictures");
+    chain.open_pictures({});
+    const auto movie = open_with(arguments);
+    const std::string name = arguments.text("IN");
+    const auto change = [&](const CImage& frame) {
+        return chain.run(std::make_unique<CImage>(&frame), name, nullptr).image;
+    };
+    const CImage* const first = movie->next();
+    if (!first)
+        throw Error(name + ": there are no frames");
+    ImagePtr result = change(*first);
+    MovieSettings settings = settings_of(movie->info()); // of what the steps make of a frame
+    settings.rows = result->nrows;
+    settings.cols = result->ncols;
+    settings.image_type = result->image_type;
+    settings.pixel_format = result->pixel_format;
+    copy_frames(arguments, common, *movie, settings, 0, -1, [&](const CImage& frame) {
+        result = change(frame);
+        return result.get();
+    });
+    return 0;
+}
+
 // The library makes a movie in a temporary file of this.
 int from_yuv(const Arguments& arguments, const Arguments& common) {
     const std::unique_ptr<CVideo> made(VideoFromYUV(
@@ -333,6 +360,12 @@ constexpr Option build_places[] = {out_place,
                                     .purpose = "Its frames",
                                     .most = 1000000,
                                     .is_required = true}};
+constexpr Option run_places[] = {{.name = "CHAIN",
+                                  .kind = Kind::text,
+                                  .purpose = "Operations in quotes, or @FILE",
+                                  .is_required = true},
+                                 in_place,
+                                 out_place};
 constexpr Option superpose_places[] = {in_place,
                                        {.name = "MARKS",
                                         .kind = Kind::path,
@@ -494,6 +527,14 @@ constexpr Command table[] = {
                      .places = copy_places,
                      .options = reduce_options},
      .run = reduce},
+    {.description = {.group = "movie",
+                     .name = "run",
+                     .purpose = "Operations on every frame, one after the other in memory",
+                     .notes = "CHAIN is that of 'vorlane run'.",
+                     .example = "'smooth --sigma 2 | edges' heart.avi edges.tq",
+                     .places = run_places,
+                     .options = superpose_options},
+     .run = run_chain},
     {.description = {.group = "movie",
                      .name = "superpose",
                      .purpose = "Paint the marks of another movie in red",

@@ -188,8 +188,7 @@ int run_operation_command(const Operation& operation, Arguments arguments, const
 
 int run_chain_command(const std::string& typed, const std::string& keep_steps,
                       const Arguments& common, const std::vector<std::string>& places) {
-    Chain chain =
-        Chain::parse(chain_text.rfind('@', 0) == 0 ? read_text(chain_text.substr(1)) : chain_text);
+    Chain chain = Chain::parse(chain_text(typed));
     BatchOptions options = options_of(common);
     options.keep_steps = keep_steps;
     const auto items = items_of(chain, common, places, "to");

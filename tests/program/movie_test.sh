@@ -77,3 +77,10 @@ head -c $(($(stat -c %s h.mp4) / 2)) h.mp4 >cut.mp4
 expect 1 "cut.mp4" "$program" movie convert cut.mp4 x.avi
 [ ! -e x.avi ] || fail "half a movie"
 echo "movies do as told"
+
+# A chain on every frame gives what it gives on each picture.
+"$program" movie run 'math invert | filter threshold --level 90' c.tq r.tq
+"$program" movie frames r.tq 'r%.ppm'
+"$program" run 'math invert | filter threshold --level 90' f2.ppm r.ppm
+"$program" compare r.ppm r1.ppm >out.txt || fail "a chain differs on frames: $(cat out.txt)"
+expect 2 "unknown step 'edgse'" "$program" movie run edgse c.tq x.avi
