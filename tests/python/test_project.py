@@ -37,3 +37,14 @@ def test_types():
                             "--exclude", "dask|batch", str(PACKAGE)],
                            capture_output=True, text=True)
     assert check.returncode == 0, check.stdout
+
+
+def test_the_gallery_is_made(tmp_path):
+    for package in ("matplotlib", "scipy", "skimage"):
+        pytest.importorskip(package)
+    gallery = Path(__file__).parents[2] / "docs" / "python" / "gallery.py"
+    made = subprocess.run([sys.executable, str(gallery), str(tmp_path)], capture_output=True,
+                          text=True)
+    assert made.returncode == 0, made.stderr
+    assert made.stdout.count("|\n") == 5
+    assert {path.name for path in tmp_path.iterdir()} == {"smooth.png", "edges.png", "ridges.png"}
