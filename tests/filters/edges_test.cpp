@@ -136,8 +136,7 @@ TEST(Edges, PlanesAreReusedIfTheyAreLargeEnough) {
     const Samples kept = samples_of(image->mag_plane, 40, 50);
     for (const float bad : {0.0f, -1.0f, NAN, INFINITY})
         image->edges_mag_dir(bad);
-    EXPECT_EQ(image->mag_plane[20][25],
-              thin->pixels[20][25] != 0 ? thin->pixels[20][25] : image->mag_plane[20][25]);
+    EXPECT_EQ(samples_of(image->mag_plane, 40, 50), kept);
 }
 
 TEST(Edges, NothingToNormaliseLeavesNotANumbers) {
