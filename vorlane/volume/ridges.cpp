@@ -5,7 +5,7 @@
 #include <vorlane/filters/gaussian_passes.h>
 #include <vorlane/image/plane.h>
 #include <vorlane/volume/hessian_kernels.h>
-#include <vorlane/volume/volume_parts.h>
+#include <vorlane/volume/smoothing.h>
 
 namespace {
 

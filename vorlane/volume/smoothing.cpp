@@ -3,7 +3,7 @@
 
 #include <vorlane/filters/gaussian_passes.h>
 #include <vorlane/image/image_parts.h>
-#include <vorlane/volume/volume_parts.h>
+#include <vorlane/volume/smoothing.h>
 
 namespace vorlane {
 
