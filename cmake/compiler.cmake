@@ -21,9 +21,14 @@ if(VORLANE_SANITIZE)
   add_link_options(-fsanitize=address,undefined)
 endif()
 
-# Kernel files are compiled once for each instruction set of this processor family.
-if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64")
-  set(VORLANE_X86 ON)
-else()
-  set(VORLANE_X86 OFF)
+# Kernel files are compiled once for each instruction set, with these options. vorlane/simd/instruction_set.h
+# lists the same sets.
+set(VORLANE_INSTRUCTION_SETS plain)
+if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64|i[3-6]86")
+  list(APPEND VORLANE_INSTRUCTION_SETS sse2 avx2 avx512)
+  set(VORLANE_OPTIONS_sse2 -msse2)
+  set(VORLANE_OPTIONS_avx2 -mavx2 -mfma)
+  set(VORLANE_OPTIONS_avx512 -mavx512f -mavx512dq -mavx512bw -mavx512vl -mavx2 -mfma)
+elseif(CMAKE_SYSTEM_PROCESSOR MATCHES "aarch64|arm64|ARM64")
+  list(APPEND VORLANE_INSTRUCTION_SETS neon)
 endif()

@@ -59,9 +59,8 @@ testing::AssertionResult same_bits(const std::vector<float>& a, const std::vecto
 
 void with_each_instruction_set(const std::function<void()>& check) {
     using vorlane::InstructionSet;
-    InstructionSet widest = InstructionSet::baseline;
-    for (const auto set :
-         {InstructionSet::baseline, InstructionSet::avx2, InstructionSet::avx512}) {
+    InstructionSet widest = InstructionSet::plain;
+    for (const InstructionSet set : vorlane::instruction_sets) {
         if (!vorlane::force_instruction_set(set))
             continue;
         ASSERT_EQ(vorlane::active_instruction_set(), set);

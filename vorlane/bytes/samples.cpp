@@ -2,9 +2,7 @@
 
 #include <cstring>
 
-#if defined(__SSE2__)
-#include <emmintrin.h>
-#endif
+#include <vorlane/bytes/sample_kernels.h>
 
 namespace vorlane {
 
@@ -15,11 +13,6 @@ Word load_word(const unsigned char* bytes) {
     Word word;
     std::memcpy(&word, bytes, sizeof word);
     return word;
-}
-
-template<class Word>
-void store_word(unsigned char* bytes, Word word) {
-    std::memcpy(bytes, &word, sizeof word);
 }
 
 std::uint16_t reversed(std::uint16_t word) {
@@ -43,34 +36,10 @@ void from_words(const unsigned char* bytes, float* samples, std::size_t count, B
     }
 }
 
-#if defined(__SSE2__)
-// The conversion of four floats to 32-bit integers gives this where a number doesn't fit; then some
-// of their low bits are set in the 64-bit integer all the same.
-bool any_misfit(__m128i four) {
-    const __m128i misfit = _mm_set1_epi32(static_cast<int>(0x80000000u));
-    return _mm_movemask_epi8(_mm_cmpeq_epi32(four, misfit)) != 0;
-}
-#endif
-
 } // namespace
 
 void to_bytes(const float* samples, unsigned char* bytes, std::size_t count) {
-    std::size_t k = 0;
-#if defined(__SSE2__)
-    // A float from 2^31 on is a multiple of 256, so its low byte is 0; that is also what the
-    // conversion to 32-bit integers gives for all that doesn't fit.
-    const __m128i low = _mm_set1_epi32(0xFF);
-    const auto four = [&](std::size_t at) {
-        return _mm_and_si128(_mm_cvttps_epi32(_mm_loadu_ps(samples + at)), low);
-    };
-    for (; k + 16 <= count; k += 16) {
-        const __m128i first = _mm_packs_epi32(four(k), four(k + 4));
-        const __m128i second = _mm_packs_epi32(four(k + 8), four(k + 12));
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(bytes + k), _mm_packus_epi16(first, second));
-    }
-#endif
-    for (; k < count; ++k)
-        bytes[k] = to_byte(samples[k]);
+    pick_sample_kernels().to_bytes(samples, bytes, count);
 }
 
 void from_bytes(const unsigned char* bytes, float* samples, std::size_t count) {
@@ -79,32 +48,9 @@ void from_bytes(const unsigned char* bytes, float* samples, std::size_t count) {
 }
 
 void to_int16(const float* samples, unsigned char* bytes, std::size_t count, ByteOrder order) {
-    const bool high_first = order == ByteOrder::high_first;
-    const auto one_by_one = [&](std::size_t from, std::size_t to) {
-        for (std::size_t k = from; k < to; ++k) {
-            const auto word = static_cast<std::uint16_t>(to_whole(samples[k]));
-            store_word(bytes + 2 * k, high_first ? reversed(word) : word);
-        }
-    };
-    std::size_t k = 0;
-#if defined(__SSE2__)
-    for (; k + 8 <= count; k += 8) {
-        const __m128i first = _mm_cvttps_epi32(_mm_loadu_ps(samples + k));
-        const __m128i second = _mm_cvttps_epi32(_mm_loadu_ps(samples + k + 4));
-        if (any_misfit(first) || any_misfit(second)) {
-            one_by_one(k, k + 8);
-            continue;
-        }
-        const auto low_half = [](__m128i four) {
-            return _mm_srai_epi32(_mm_slli_epi32(four, 16), 16);
-        };
-        __m128i words = _mm_packs_epi32(low_half(first), low_half(second));
-        if (high_first)
-            words = _mm_or_si128(_mm_slli_epi16(words, 8), _mm_srli_epi16(words, 8));
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(bytes + 2 * k), words);
-    }
-#endif
-    one_by_one(k, count);
+    const SampleKernels& kernels = pick_sample_kernels();
+    (order == ByteOrder::low_first ? kernels.to_int16 : kernels.to_int16_high_first)(samples, bytes,
+                                                                                     count);
 }
 
 void from_int16(const unsigned char* bytes, float* samples, std::size_t count, ByteOrder order) {
@@ -119,21 +65,7 @@ void from_int12(const unsigned char* bytes, float* samples, std::size_t count, B
 }
 
 void to_int32(const float* samples, unsigned char* bytes, std::size_t count) {
-    const auto one_by_one = [&](std::size_t from, std::size_t to) {
-        for (std::size_t k = from; k < to; ++k)
-            store_word(bytes + 4 * k, static_cast<std::uint32_t>(to_whole(samples[k])));
-    };
-    std::size_t k = 0;
-#if defined(__SSE2__)
-    for (; k + 4 <= count; k += 4) {
-        const __m128i four = _mm_cvttps_epi32(_mm_loadu_ps(samples + k));
-        if (any_misfit(four))
-            one_by_one(k, k + 4);
-        else
-            _mm_storeu_si128(reinterpret_cast<__m128i*>(bytes + 4 * k), four);
-    }
-#endif
-    one_by_one(k, count);
+    pick_sample_kernels().to_int32(samples, bytes, count);
 }
 
 void from_int32(const unsigned char* bytes, float* samples, std::size_t count, ByteOrder order) {

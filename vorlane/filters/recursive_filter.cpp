@@ -4,18 +4,21 @@
 #include <memory>
 #include <new>
 
+#include <vorlane/simd/widest_lanes.h>
+
 namespace vorlane {
 
 namespace {
 
-// Aligned to the widest lanes.
+constexpr std::align_val_t alignment{widest_lane_bytes};
+
 struct FreeScratch {
-    void operator()(float* block) const { ::operator delete[](block, std::align_val_t{64}); }
+    void operator()(float* block) const { ::operator delete[](block, alignment); }
 };
 
 std::unique_ptr<float[], FreeScratch> make_scratch(std::size_t count) {
-    return std::unique_ptr<float[], FreeScratch>(static_cast<float*>(
-        ::operator new[](count * sizeof(float), std::align_val_t{64}, std::nothrow)));
+    return std::unique_ptr<float[], FreeScratch>(
+        static_cast<float*>(::operator new[](count * sizeof(float), alignment, std::nothrow)));
 }
 
 } // namespace
@@ -50,9 +53,8 @@ bool filter_rows(const LineFilter& filter, const float* const* in, float* const*
                  std::size_t rows, std::size_t n, std::size_t channels, const RowsDone& rows_done) {
     const RecursiveKernels& kernels = pick_recursive_kernels();
     const auto block = static_cast<std::size_t>(kernels.lines_per_block);
-    // A single row takes a block of one vector, which has no more lines than this.
-    constexpr std::size_t widest_vector = 8;
-    const auto scratch = make_scratch(2 * n * channels * (rows == 1 ? widest_vector : block));
+    // A single row takes a block of one vector.
+    const auto scratch = make_scratch(2 * n * channels * (rows == 1 ? most_double_lanes : block));
     if (!scratch)
         return false;
     for (std::size_t row = 0; row < rows; row += block) {

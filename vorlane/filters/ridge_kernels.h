@@ -4,6 +4,7 @@
 #include <cstddef>
 
 #include <vorlane/simd/instruction_set.h>
+#include <vorlane/simd/widest_lanes.h>
 
 namespace vorlane {
 
@@ -42,7 +43,7 @@ struct RidgeKernels {
     void (*steps)(const float* above, const float* row, const float* below, std::size_t begin,
                   std::size_t end, float sigma, RidgeSteps& steps);
 
-    // Fills angle, cosine and sine of n pairs; all arrays have room for n + 8.
+    // Fills angle, cosine and sine of n pairs; all arrays have room for n + most_double_lanes.
     void (*axes)(const RidgePairs& pairs, std::size_t n);
 };
 

@@ -119,12 +119,12 @@ private:
 // The lists of one row.
 class RowLists {
 public:
-    explicit RowLists(std::size_t cols) : ints_(5 * cols), floats_(7 * (cols + 8)) {
+    explicit RowLists(std::size_t cols) : ints_(5 * cols), floats_(7 * (cols + most_double_lanes)) {
         int* const i = ints_.data();
         steps = {i, i + cols, i + 2 * cols, 0, i + 3 * cols, 0};
         pair_cols = i + 4 * cols;
         float* const f = floats_.data();
-        const std::size_t n = cols + 8;
+        const std::size_t n = cols + most_double_lanes;
         pairs = {f, f + n, f + 2 * n, f + 3 * n, f + 4 * n, f + 5 * n, f + 6 * n};
     }
 

@@ -10,6 +10,7 @@
 #include <utility>
 
 #include <vorlane/image/plane.h>
+#include <vorlane/simd/widest_lanes.h>
 
 #if defined(__unix__) || defined(__APPLE__)
 #include <sys/mman.h>
@@ -20,7 +21,8 @@ namespace vorlane {
 
 namespace {
 
-constexpr std::size_t cache_line = 64; // also the bytes of the widest lanes
+constexpr std::size_t cache_line = 64;
+static_assert(cache_line % widest_lane_bytes == 0); // rows are aligned for lanes
 
 } // namespace
 

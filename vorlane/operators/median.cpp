@@ -11,6 +11,7 @@
 
 #include <vorlane/image/image_parts.h>
 #include <vorlane/operators/median_kernels.h>
+#include <vorlane/operators/rank_kernels.h>
 
 namespace {
 

@@ -24,7 +24,7 @@ constexpr double arctangent_low[8] = {0.0,
                                       -2.1478388444456983e-17};
 
 // The rare vectors with infinities or not-a-numbers.
-static F64 arctangent_2_by_lane(F64 y, F64 x) {
+inline F64 arctangent_2_by_lane(F64 y, F64 x) {
     double ys[F64::count];
     double xs[F64::count];
     store(ys, y);
@@ -41,11 +41,11 @@ static F64 arctangent_2_by_lane(F64 y, F64 x) {
 //     arctan(v / u) = arctan(c) + arctan(z),   z = (v - c u) / (u + c v),   |z| < 0.067,
 // where numerator and denominator are exact for floats, and arctan(z) is its power series.
 // All instruction sets take the same steps, so they give the same bits.
-static F64 arctangent_2(F64 y, F64 x) {
+inline F64 arctangent_2(F64 y, F64 x) {
     const F64 ax = absolute(x);
     const F64 ay = absolute(y);
     const M64 is_finite = ax + ay < all_lanes(__builtin_inf());
-    if (lane_bits(is_finite) != (1u << F64::count) - 1)
+    if (!all_set(is_finite))
         return arctangent_2_by_lane(y, x);
     const F64 u = maximum(ax, ay);
     const F64 v = minimum(ax, ay);

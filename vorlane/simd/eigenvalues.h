@@ -19,7 +19,7 @@ struct Symmetric3 {
 // this half of the range 1 - c is smooth in s = 1 - |r|, so a polynomial gives it with an error
 // below 1e-9 of itself; near s = 0, where two eigenvalues meet, 3 - 3 c^2 so keeps the bits that s
 // has. Where p is 0, so is its product with all that is made of r.
-static inline void absolute_eigenvalues(const Symmetric3& a, F64 sorted[3]) {
+inline void absolute_eigenvalues(const Symmetric3& a, F64 sorted[3]) {
     const F64 q = (a.a00 + a.a11 + a.a22) * all_lanes(1.0 / 3.0);
     const F64 b00 = a.a00 - q;
     const F64 b11 = a.a11 - q;

@@ -7,13 +7,15 @@ namespace vorlane {
 namespace {
 
 InstructionSet widest_supported() {
-    for (const InstructionSet set : {InstructionSet::avx512, InstructionSet::avx2}) {
+    InstructionSet widest = InstructionSet::plain;
+    for (const InstructionSet set : instruction_sets) {
         if (is_supported(set))
-            return set;
+            widest = set;
     }
-    return InstructionSet::baseline;
+    return widest;
 }
 
+// The initialisation of a static in a function waits for the thread that is at it.
 std::atomic<InstructionSet>& active() {
     static std::atomic<InstructionSet> set{widest_supported()};
     return set;
@@ -22,7 +24,7 @@ std::atomic<InstructionSet>& active() {
 } // namespace
 
 bool is_supported(InstructionSet set) {
-#if defined(VORLANE_X86)
+#if defined(__x86_64__) || defined(__i386__)
     switch (set) {
     case InstructionSet::avx512:
         return __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512dq") &&
@@ -30,12 +32,15 @@ bool is_supported(InstructionSet set) {
                is_supported(InstructionSet::avx2);
     case InstructionSet::avx2:
         return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma");
-    default:
-        return true;
+    case InstructionSet::sse2:
+        return __builtin_cpu_supports("sse2");
+    case InstructionSet::plain:
+        break;
     }
 #else
-    return set == InstructionSet::baseline;
+    static_cast<void>(set);
 #endif
+    return true;
 }
 
 InstructionSet active_instruction_set() {

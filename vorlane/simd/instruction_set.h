@@ -2,57 +2,49 @@
 // by what the processor and the system support.
 #pragma once
 
+// The one list of the sets that kernels are compiled for, from the plainest to the widest: calls
+// `what(set, ...)` for each. CMakeLists.txt says how each is compiled. `plain` is C++ without
+// vectors; the others give its bits.
+#if defined(__x86_64__) || defined(__i386__)
+#define VORLANE_EACH_SET(what, ...)                                                                \
+    what(plain, __VA_ARGS__) what(sse2, __VA_ARGS__) what(avx2, __VA_ARGS__)                       \
+        what(avx512, __VA_ARGS__)
+#elif defined(__aarch64__)
+#define VORLANE_EACH_SET(what, ...) what(plain, __VA_ARGS__) what(neon, __VA_ARGS__)
+#else
+#define VORLANE_EACH_SET(what, ...) what(plain, __VA_ARGS__)
+#endif
+
+#define VORLANE_SET_NAME(set, ...) set,
+#define VORLANE_QUALIFIED_SET_NAME(set, ...) InstructionSet::set,
+#define VORLANE_KERNEL_TABLE(set, type, name)                                                      \
+    namespace set {                                                                                \
+    extern const type name;                                                                        \
+    }
+#define VORLANE_KERNEL_TABLE_ADDRESS(set, name) &set::name,
+
 namespace vorlane {
 
-enum class InstructionSet { baseline, avx2, avx512 };
+enum class InstructionSet { VORLANE_EACH_SET(VORLANE_SET_NAME, ) };
+
+constexpr InstructionSet instruction_sets[] = {VORLANE_EACH_SET(VORLANE_QUALIFIED_SET_NAME, )};
 
 bool is_supported(InstructionSet set);
 
 // The set that the kernels use now: the widest that the machine supports, unless one was forced.
+// Several threads may ask at once, also for the first time.
 InstructionSet active_instruction_set();
 
 // For tests and benchmarks: uses `set` from now on. False, and no change, if the machine lacks it.
 bool force_instruction_set(InstructionSet set);
 
-// Picks the table of kernels of the active set. A kernel table is a constant in the namespace of
-// each set.
-template<class Kernels>
-const Kernels& pick_kernels(const Kernels& baseline, [[maybe_unused]] const Kernels& avx2,
-                            [[maybe_unused]] const Kernels& avx512) {
-    switch (active_instruction_set()) {
-    case InstructionSet::avx512:
-        return avx512;
-    case InstructionSet::avx2:
-        return avx2;
-    default:
-        return baseline;
-    }
-}
-
 } // namespace vorlane
 
-// Declares the table of kernels `name` of the type `type` for every instruction set, and the
-// function `pick_name()` that returns the active one.
-#if defined(VORLANE_X86)
+// Declares the table of kernels `name` of the type `type`, a constant in the namespace of each set,
+// and the function `pick_name()` that returns the active one.
 #define VORLANE_DECLARE_KERNELS(type, name)                                                        \
-    namespace baseline {                                                                           \
-    extern const type name;                                                                        \
-    }                                                                                              \
-    namespace avx2 {                                                                               \
-    extern const type name;                                                                        \
-    }                                                                                              \
-    namespace avx512 {                                                                             \
-    extern const type name;                                                                        \
-    }                                                                                              \
+    VORLANE_EACH_SET(VORLANE_KERNEL_TABLE, type, name)                                             \
     inline const type& pick_##name() {                                                             \
-        return pick_kernels(baseline::name, avx2::name, avx512::name);                             \
+        constexpr const type* tables[] = {VORLANE_EACH_SET(VORLANE_KERNEL_TABLE_ADDRESS, name)};   \
+        return *tables[static_cast<int>(active_instruction_set())];                                \
     }
-#else
-#define VORLANE_DECLARE_KERNELS(type, name)                                                        \
-    namespace baseline {                                                                           \
-    extern const type name;                                                                        \
-    }                                                                                              \
-    inline const type& pick_##name() {                                                             \
-        return baseline::name;                                                                     \
-    }
-#endif

@@ -3,6 +3,8 @@
 
 #include <immintrin.h>
 
+#define VORLANE_FUSED_LANES
+
 namespace {
 
 struct M64 {
@@ -22,177 +24,169 @@ struct F32 {
     __m256 v;
 };
 
-static inline F64 operator+(F64 a, F64 b) {
+inline F64 operator+(F64 a, F64 b) {
     return {_mm256_add_pd(a.v, b.v)};
 }
-static inline F64 operator-(F64 a, F64 b) {
+inline F64 operator-(F64 a, F64 b) {
     return {_mm256_sub_pd(a.v, b.v)};
 }
-static inline F64 operator*(F64 a, F64 b) {
+inline F64 operator*(F64 a, F64 b) {
     return {_mm256_mul_pd(a.v, b.v)};
 }
-static inline F64 operator/(F64 a, F64 b) {
+inline F64 operator/(F64 a, F64 b) {
     return {_mm256_div_pd(a.v, b.v)};
 }
-static inline F32 operator+(F32 a, F32 b) {
+inline F32 operator+(F32 a, F32 b) {
     return {_mm256_add_ps(a.v, b.v)};
 }
-static inline F32 operator-(F32 a, F32 b) {
+inline F32 operator-(F32 a, F32 b) {
     return {_mm256_sub_ps(a.v, b.v)};
 }
-static inline F32 operator*(F32 a, F32 b) {
+inline F32 operator*(F32 a, F32 b) {
     return {_mm256_mul_ps(a.v, b.v)};
 }
-static inline F32 operator/(F32 a, F32 b) {
+inline F32 operator/(F32 a, F32 b) {
     return {_mm256_div_ps(a.v, b.v)};
 }
 
-static inline F64 all_lanes(double value) {
+inline F64 all_lanes(double value) {
     return {_mm256_set1_pd(value)};
 }
-static inline F32 all_lanes(float value) {
+inline F32 all_lanes(float value) {
     return {_mm256_set1_ps(value)};
 }
 
-static inline F64 fused_add(F64 c, F64 a, F64 b) {
+inline F64 fused_add(F64 c, F64 a, F64 b) {
     return {_mm256_fmadd_pd(a.v, b.v, c.v)};
 }
-static inline F64 fused_subtract(F64 c, F64 a, F64 b) {
+inline F64 fused_subtract(F64 c, F64 a, F64 b) {
     return {_mm256_fnmadd_pd(a.v, b.v, c.v)};
 }
 
-static inline F64 square_root(F64 a) {
+inline F64 square_root(F64 a) {
     return {_mm256_sqrt_pd(a.v)};
 }
-static inline F32 square_root(F32 a) {
+inline F32 square_root(F32 a) {
     return {_mm256_sqrt_ps(a.v)};
 }
-static inline F64 absolute(F64 a) {
+inline F64 absolute(F64 a) {
     return {_mm256_andnot_pd(_mm256_set1_pd(-0.0), a.v)};
 }
-static inline F32 absolute(F32 a) {
+inline F32 absolute(F32 a) {
     return {_mm256_andnot_ps(_mm256_set1_ps(-0.0f), a.v)};
 }
 
-// The magnitude of `a` with the sign bit of `sign`.
-static inline F64 with_sign_of(F64 a, F64 sign) {
+inline F64 with_sign_of(F64 a, F64 sign) {
     const __m256d bit = _mm256_set1_pd(-0.0);
     return {_mm256_or_pd(_mm256_andnot_pd(bit, a.v), _mm256_and_pd(bit, sign.v))};
 }
 
-static inline F64 minimum(F64 a, F64 b) {
+inline F64 minimum(F64 a, F64 b) {
     return {_mm256_min_pd(a.v, b.v)};
 }
-static inline F64 maximum(F64 a, F64 b) {
+inline F64 maximum(F64 a, F64 b) {
     return {_mm256_max_pd(a.v, b.v)};
 }
-static inline F32 minimum(F32 a, F32 b) {
+inline F32 minimum(F32 a, F32 b) {
     return {_mm256_min_ps(a.v, b.v)};
 }
-static inline F32 maximum(F32 a, F32 b) {
+inline F32 maximum(F32 a, F32 b) {
     return {_mm256_max_ps(a.v, b.v)};
 }
 
-static inline M64 operator<(F64 a, F64 b) {
+inline M64 operator<(F64 a, F64 b) {
     return {_mm256_cmp_pd(a.v, b.v, _CMP_LT_OQ)};
 }
-static inline M64 operator==(F64 a, F64 b) {
+inline M64 operator==(F64 a, F64 b) {
     return {_mm256_cmp_pd(a.v, b.v, _CMP_EQ_OQ)};
 }
-static inline M32 operator<(F32 a, F32 b) {
+inline M32 operator<(F32 a, F32 b) {
     return {_mm256_cmp_ps(a.v, b.v, _CMP_LT_OQ)};
 }
-static inline M32 operator>=(F32 a, F32 b) {
+inline M32 operator>=(F32 a, F32 b) {
     return {_mm256_cmp_ps(a.v, b.v, _CMP_GE_OQ)};
 }
-static inline M32 operator==(F32 a, F32 b) {
+inline M32 operator==(F32 a, F32 b) {
     return {_mm256_cmp_ps(a.v, b.v, _CMP_EQ_OQ)};
 }
-static inline M64 is_nonzero_number(F64 a) {
+inline M64 is_nonzero_number(F64 a) {
     return {_mm256_cmp_pd(a.v, _mm256_setzero_pd(), _CMP_NEQ_OQ)};
 }
-static inline M64 is_negative(F64 a) {
+inline M64 is_negative(F64 a) {
     return {
         _mm256_castsi256_pd(_mm256_cmpgt_epi64(_mm256_setzero_si256(), _mm256_castpd_si256(a.v)))};
 }
 
-static inline M64 operator&(M64 a, M64 b) {
+inline M64 operator&(M64 a, M64 b) {
     return {_mm256_and_pd(a.bits, b.bits)};
 }
-static inline M64 operator|(M64 a, M64 b) {
+inline M64 operator|(M64 a, M64 b) {
     return {_mm256_or_pd(a.bits, b.bits)};
 }
-static inline M32 operator&(M32 a, M32 b) {
+inline M32 operator&(M32 a, M32 b) {
     return {_mm256_and_ps(a.bits, b.bits)};
 }
-static inline M32 operator|(M32 a, M32 b) {
+inline M32 operator|(M32 a, M32 b) {
     return {_mm256_or_ps(a.bits, b.bits)};
 }
 
-// One bit a lane, the first lane lowest.
-static inline unsigned lane_bits(M64 m) {
+inline unsigned lane_bits(M64 m) {
     return static_cast<unsigned>(_mm256_movemask_pd(m.bits));
 }
-static inline unsigned lane_bits(M32 m) {
+inline unsigned lane_bits(M32 m) {
     return static_cast<unsigned>(_mm256_movemask_ps(m.bits));
 }
 
-// a where the mask is set, else b.
-static inline F64 select(M64 m, F64 a, F64 b) {
+inline F64 select(M64 m, F64 a, F64 b) {
     return {_mm256_blendv_pd(b.v, a.v, m.bits)};
 }
-static inline F32 select(M32 m, F32 a, F32 b) {
+inline F32 select(M32 m, F32 a, F32 b) {
     return {_mm256_blendv_ps(b.v, a.v, m.bits)};
 }
 
-static inline F32 load(const float* p) {
+inline F32 load(const float* p) {
     return {_mm256_loadu_ps(p)};
 }
-static inline void store(float* p, F32 a) {
+inline void store(float* p, F32 a) {
     _mm256_storeu_ps(p, a.v);
 }
-static inline F64 load(const double* p) {
+inline F64 load(const double* p) {
     return {_mm256_loadu_pd(p)};
 }
-static inline void store(double* p, F64 a) {
+inline void store(double* p, F64 a) {
     _mm256_storeu_pd(p, a.v);
 }
 
-// F64::count floats as doubles, and back with rounding. round_and_store gives what it has stored.
-static inline F64 load_floats(const float* p) {
+inline F64 load_floats(const float* p) {
     return {_mm256_cvtps_pd(_mm_loadu_ps(p))};
 }
-static inline void store_floats(float* p, F64 a) {
+inline void store_floats(float* p, F64 a) {
     _mm_storeu_ps(p, _mm256_cvtpd_ps(a.v));
 }
-static inline F64 round_and_store(float* p, F64 a) {
+inline F64 round_and_store(float* p, F64 a) {
     const __m128 rounded = _mm256_cvtpd_ps(a.v);
     _mm_storeu_ps(p, rounded);
     return {_mm256_cvtps_pd(rounded)};
 }
-static inline F64 round_to_float(F64 a) {
+inline F64 round_to_float(F64 a) {
     return {_mm256_cvtps_pd(_mm256_cvtpd_ps(a.v))};
 }
-// Rounds to floats, multiplies them as floats, and stores.
-static inline void store_floats_times(float* p, F64 a, float factor) {
+inline void store_floats_times(float* p, F64 a, float factor) {
     _mm_storeu_ps(p, _mm_mul_ps(_mm256_cvtpd_ps(a.v), _mm_set1_ps(factor)));
 }
 
-// table[index] for the 8 entries of a table and indices that are whole numbers from 0 to 7.
-static inline F64 look_up_8(const double* table, F64 index) {
+inline F64 look_up_8(const double* table, F64 index) {
     return {_mm256_i32gather_pd(table, _mm256_cvttpd_epi32(index.v), 8)};
 }
 
-// Truncates toward zero; for numbers of a magnitude below 2^31.
-static inline F64 truncate(F64 a) {
+inline F64 truncate(F64 a) {
     return {_mm256_round_pd(a.v, _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC)};
 }
-static inline F32 truncate(F32 a) {
+inline F32 truncate(F32 a) {
     return {_mm256_round_ps(a.v, _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC)};
 }
 
-// Rows become columns: lane k of row r goes to lane r of row k.
-static inline void transpose(F32 (&rows)[F32::count]) {
+inline void transpose(F32 (&rows)[F32::count]) {
     __m256 a[8];
     __m256 b[8];
     for (int k = 0; k < 8; k += 2) { // pairs of rows
@@ -211,9 +205,11 @@ static inline void transpose(F32 (&rows)[F32::count]) {
     }
 }
 
-// Truncates toward zero, likewise, and stores whole numbers.
-static inline void store_truncated(std::int32_t* p, F64 a) {
+inline void store_truncated(std::int32_t* p, F64 a) {
     _mm_storeu_si128(reinterpret_cast<__m128i*>(p), _mm256_cvttpd_epi32(a.v));
+}
+inline void store_truncated(std::int32_t* p, F32 a) {
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), _mm256_cvttps_epi32(a.v));
 }
 
 } // namespace

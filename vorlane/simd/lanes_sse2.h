@@ -22,179 +22,173 @@ struct F32 {
     __m128 v;
 };
 
-static inline F64 operator+(F64 a, F64 b) {
+inline F64 operator+(F64 a, F64 b) {
     return {_mm_add_pd(a.v, b.v)};
 }
-static inline F64 operator-(F64 a, F64 b) {
+inline F64 operator-(F64 a, F64 b) {
     return {_mm_sub_pd(a.v, b.v)};
 }
-static inline F64 operator*(F64 a, F64 b) {
+inline F64 operator*(F64 a, F64 b) {
     return {_mm_mul_pd(a.v, b.v)};
 }
-static inline F64 operator/(F64 a, F64 b) {
+inline F64 operator/(F64 a, F64 b) {
     return {_mm_div_pd(a.v, b.v)};
 }
-static inline F32 operator+(F32 a, F32 b) {
+inline F32 operator+(F32 a, F32 b) {
     return {_mm_add_ps(a.v, b.v)};
 }
-static inline F32 operator-(F32 a, F32 b) {
+inline F32 operator-(F32 a, F32 b) {
     return {_mm_sub_ps(a.v, b.v)};
 }
-static inline F32 operator*(F32 a, F32 b) {
+inline F32 operator*(F32 a, F32 b) {
     return {_mm_mul_ps(a.v, b.v)};
 }
-static inline F32 operator/(F32 a, F32 b) {
+inline F32 operator/(F32 a, F32 b) {
     return {_mm_div_ps(a.v, b.v)};
 }
 
-static inline F64 all_lanes(double value) {
+inline F64 all_lanes(double value) {
     return {_mm_set1_pd(value)};
 }
-static inline F32 all_lanes(float value) {
+inline F32 all_lanes(float value) {
     return {_mm_set1_ps(value)};
 }
 
-static inline F64 square_root(F64 a) {
+inline F64 square_root(F64 a) {
     return {_mm_sqrt_pd(a.v)};
 }
-static inline F32 square_root(F32 a) {
+inline F32 square_root(F32 a) {
     return {_mm_sqrt_ps(a.v)};
 }
-static inline F64 absolute(F64 a) {
+inline F64 absolute(F64 a) {
     return {_mm_andnot_pd(_mm_set1_pd(-0.0), a.v)};
 }
-static inline F32 absolute(F32 a) {
+inline F32 absolute(F32 a) {
     return {_mm_andnot_ps(_mm_set1_ps(-0.0f), a.v)};
 }
 
-// The magnitude of `a` with the sign bit of `sign`.
-static inline F64 with_sign_of(F64 a, F64 sign) {
+inline F64 with_sign_of(F64 a, F64 sign) {
     const __m128d bit = _mm_set1_pd(-0.0);
     return {_mm_or_pd(_mm_andnot_pd(bit, a.v), _mm_and_pd(bit, sign.v))};
 }
 
-static inline F64 minimum(F64 a, F64 b) {
+inline F64 minimum(F64 a, F64 b) {
     return {_mm_min_pd(a.v, b.v)};
 }
-static inline F64 maximum(F64 a, F64 b) {
+inline F64 maximum(F64 a, F64 b) {
     return {_mm_max_pd(a.v, b.v)};
 }
-static inline F32 minimum(F32 a, F32 b) {
+inline F32 minimum(F32 a, F32 b) {
     return {_mm_min_ps(a.v, b.v)};
 }
-static inline F32 maximum(F32 a, F32 b) {
+inline F32 maximum(F32 a, F32 b) {
     return {_mm_max_ps(a.v, b.v)};
 }
 
-static inline M64 operator<(F64 a, F64 b) {
+inline M64 operator<(F64 a, F64 b) {
     return {_mm_cmplt_pd(a.v, b.v)};
 }
-static inline M64 operator==(F64 a, F64 b) {
+inline M64 operator==(F64 a, F64 b) {
     return {_mm_cmpeq_pd(a.v, b.v)};
 }
-static inline M32 operator<(F32 a, F32 b) {
+inline M32 operator<(F32 a, F32 b) {
     return {_mm_cmplt_ps(a.v, b.v)};
 }
-static inline M32 operator>=(F32 a, F32 b) {
+inline M32 operator>=(F32 a, F32 b) {
     return {_mm_cmpge_ps(a.v, b.v)};
 }
-static inline M32 operator==(F32 a, F32 b) {
+inline M32 operator==(F32 a, F32 b) {
     return {_mm_cmpeq_ps(a.v, b.v)};
 }
-static inline M64 is_negative(F64 a) {
+inline M64 is_negative(F64 a) {
     const __m128i sign = _mm_srai_epi32(_mm_castpd_si128(a.v), 31);
     return {_mm_castsi128_pd(_mm_shuffle_epi32(sign, _MM_SHUFFLE(3, 3, 1, 1)))};
 }
 
-static inline M64 operator&(M64 a, M64 b) {
+inline M64 operator&(M64 a, M64 b) {
     return {_mm_and_pd(a.bits, b.bits)};
 }
-static inline M64 operator|(M64 a, M64 b) {
+inline M64 operator|(M64 a, M64 b) {
     return {_mm_or_pd(a.bits, b.bits)};
 }
-static inline M32 operator&(M32 a, M32 b) {
+inline M32 operator&(M32 a, M32 b) {
     return {_mm_and_ps(a.bits, b.bits)};
 }
-static inline M32 operator|(M32 a, M32 b) {
+inline M32 operator|(M32 a, M32 b) {
     return {_mm_or_ps(a.bits, b.bits)};
 }
 
-// One bit a lane, the first lane lowest.
-static inline unsigned lane_bits(M64 m) {
+inline unsigned lane_bits(M64 m) {
     return static_cast<unsigned>(_mm_movemask_pd(m.bits));
 }
-static inline unsigned lane_bits(M32 m) {
+inline unsigned lane_bits(M32 m) {
     return static_cast<unsigned>(_mm_movemask_ps(m.bits));
 }
 
-// a where the mask is set, else b.
-static inline F64 select(M64 m, F64 a, F64 b) {
+inline F64 select(M64 m, F64 a, F64 b) {
     return {_mm_or_pd(_mm_and_pd(m.bits, a.v), _mm_andnot_pd(m.bits, b.v))};
 }
-static inline F32 select(M32 m, F32 a, F32 b) {
+inline F32 select(M32 m, F32 a, F32 b) {
     return {_mm_or_ps(_mm_and_ps(m.bits, a.v), _mm_andnot_ps(m.bits, b.v))};
 }
 
-static inline F32 load(const float* p) {
+inline F32 load(const float* p) {
     return {_mm_loadu_ps(p)};
 }
-static inline void store(float* p, F32 a) {
+inline void store(float* p, F32 a) {
     _mm_storeu_ps(p, a.v);
 }
-static inline F64 load(const double* p) {
+inline F64 load(const double* p) {
     return {_mm_loadu_pd(p)};
 }
-static inline void store(double* p, F64 a) {
+inline void store(double* p, F64 a) {
     _mm_storeu_pd(p, a.v);
 }
 
-// F64::count floats as doubles, and back with rounding. round_and_store gives what it has stored.
-static inline F64 load_floats(const float* p) {
+inline F64 load_floats(const float* p) {
     const __m128i two = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p));
     return {_mm_cvtps_pd(_mm_castsi128_ps(two))};
 }
-static inline void store_two(float* p, __m128 two) {
+inline void store_two(float* p, __m128 two) {
     _mm_storel_epi64(reinterpret_cast<__m128i*>(p), _mm_castps_si128(two));
 }
-static inline void store_floats(float* p, F64 a) {
+inline void store_floats(float* p, F64 a) {
     store_two(p, _mm_cvtpd_ps(a.v));
 }
-static inline F64 round_and_store(float* p, F64 a) {
+inline F64 round_and_store(float* p, F64 a) {
     const __m128 rounded = _mm_cvtpd_ps(a.v);
     store_two(p, rounded);
     return {_mm_cvtps_pd(rounded)};
 }
-static inline F64 round_to_float(F64 a) {
+inline F64 round_to_float(F64 a) {
     return {_mm_cvtps_pd(_mm_cvtpd_ps(a.v))};
 }
-// Rounds to floats, multiplies them as floats, and stores.
-static inline void store_floats_times(float* p, F64 a, float factor) {
+inline void store_floats_times(float* p, F64 a, float factor) {
     store_two(p, _mm_mul_ps(_mm_cvtpd_ps(a.v), _mm_set1_ps(factor)));
 }
 
-// table[index] for the 8 entries of a table and indices that are whole numbers from 0 to 7.
-static inline F64 look_up_8(const double* table, F64 index) {
+inline F64 look_up_8(const double* table, F64 index) {
     const __m128i i = _mm_cvttpd_epi32(index.v);
     return {
         _mm_set_pd(table[_mm_cvtsi128_si32(_mm_shuffle_epi32(i, 1))], table[_mm_cvtsi128_si32(i)])};
 }
 
-// Truncates toward zero; for numbers of a magnitude below 2^31.
-static inline F64 truncate(F64 a) {
+inline F64 truncate(F64 a) {
     return {_mm_cvtepi32_pd(_mm_cvttpd_epi32(a.v))};
 }
-static inline F32 truncate(F32 a) {
+inline F32 truncate(F32 a) {
     return {_mm_cvtepi32_ps(_mm_cvttps_epi32(a.v))};
 }
 
-// Rows become columns: lane k of row r goes to lane r of row k.
-static inline void transpose(F32 (&rows)[F32::count]) {
+inline void transpose(F32 (&rows)[F32::count]) {
     _MM_TRANSPOSE4_PS(rows[0].v, rows[1].v, rows[2].v, rows[3].v);
 }
 
-// Truncates toward zero, likewise, and stores whole numbers.
-static inline void store_truncated(std::int32_t* p, F64 a) {
+inline void store_truncated(std::int32_t* p, F64 a) {
     _mm_storel_epi64(reinterpret_cast<__m128i*>(p), _mm_cvttpd_epi32(a.v));
+}
+inline void store_truncated(std::int32_t* p, F32 a) {
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(p), _mm_cvttps_epi32(a.v));
 }
 
 } // namespace

@@ -8,7 +8,7 @@ namespace {
 // Errors stay below 2^-52 of the result. The reduction by a multiple of pi / 2 is exact for floats
 // but for the low part of pi / 2, which enters the series as a first-order term; the series are
 // those of Taylor for |r| <= pi / 4. All instruction sets take the same steps.
-static void sine_and_cosine(F64 angle, F64& sine, F64& cosine) {
+inline void sine_and_cosine(F64 angle, F64& sine, F64& cosine) {
     const F64 half = all_lanes(0.5);
     const F64 one = all_lanes(1.0);
     const F64 zero = all_lanes(0.0);
@@ -46,11 +46,11 @@ static void sine_and_cosine(F64 angle, F64& sine, F64& cosine) {
 // `value` rounded to floats as a library rounds its own result, which may be off by its last place:
 // where that could round the other way, by_library(lane) gives the double instead.
 template<class ByLibrary>
-static inline F64 round_as_library(F64 value, ByLibrary by_library) {
+inline F64 round_as_library(F64 value, ByLibrary by_library) {
     const F64 doubt = absolute(value) * all_lanes(0x1p-49);
     const F64 rounded = round_to_float(value - doubt);
     const M64 is_sure = rounded == round_to_float(value + doubt);
-    if (lane_bits(is_sure) == (1u << F64::count) - 1)
+    if (all_set(is_sure))
         return rounded;
     double lanes[F64::count];
     store(lanes, rounded);

@@ -8,7 +8,7 @@
 namespace {
 
 // Lanes from `count` up to `lanes` are filled with 0.
-static void rows_to_panel(const float* const* rows, std::size_t count, std::size_t n, float* panel,
+inline void rows_to_panel(const float* const* rows, std::size_t count, std::size_t n, float* panel,
                           std::size_t lanes) {
     constexpr std::size_t side = F32::count;
     for (std::size_t j = 0; j < n; j += side) {
@@ -29,7 +29,7 @@ static void rows_to_panel(const float* const* rows, std::size_t count, std::size
     }
 }
 
-static void panel_to_rows(const float* panel, std::size_t lanes, float* const* rows,
+inline void panel_to_rows(const float* panel, std::size_t lanes, float* const* rows,
                           std::size_t count, std::size_t n) {
     constexpr std::size_t side = F32::count;
     for (std::size_t j = 0; j < n; j += side) {

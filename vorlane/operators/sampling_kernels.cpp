@@ -11,13 +11,14 @@ namespace {
 using std::size_t;
 
 constexpr size_t block = 256; // pixels; a multiple of every number of lanes
+static_assert(block % most_double_lanes == 0);
 
 // The neighbours of a block's positions: at, right of, below, and diagonally below each.
 struct Corners {
     float at[block], right[block], below[block], diagonal[block];
 };
 
-static inline F64 blend(const Corners& corners, size_t j, F64 fy, F64 fx) {
+inline F64 blend(const Corners& corners, size_t j, F64 fy, F64 fx) {
     const F64 one = all_lanes(1.0);
     const F64 gy = one - fy;
     const F64 gx = one - fx;
@@ -26,14 +27,14 @@ static inline F64 blend(const Corners& corners, size_t j, F64 fy, F64 fx) {
 }
 
 // Stores a channel of `count` pixels.
-static inline void put(const float* block_samples, float* to, size_t channels, size_t count) {
+inline void put(const float* block_samples, float* to, size_t channels, size_t count) {
     for (size_t j = 0; j < count; ++j)
         to[channels * j] = block_samples[j];
 }
 
 template<size_t channels>
-static void turn_pixels(const float* const* rows, const Turn& turn, double dr, double first_dc,
-                        float* to, size_t n) {
+void turn_pixels(const float* const* rows, const Turn& turn, double dr, double first_dc, float* to,
+                 size_t n) {
     double lane_index[F64::count];
     for (size_t k = 0; k < F64::count; ++k)
         lane_index[k] = static_cast<double>(k);
@@ -75,8 +76,8 @@ static void turn_pixels(const float* const* rows, const Turn& turn, double dr, d
 }
 
 template<size_t channels>
-static void scale_pixels(const float* upper, const float* lower, const ScaledColumns& columns,
-                         double fraction, float* to, size_t n) {
+void scale_pixels(const float* upper, const float* lower, const ScaledColumns& columns,
+                  double fraction, float* to, size_t n) {
     const F64 fy = all_lanes(fraction);
     Corners corners = {};
     float col_fraction[block];
@@ -100,13 +101,13 @@ static void scale_pixels(const float* upper, const float* lower, const ScaledCol
     }
 }
 
-static void turn_row(const float* const* rows, size_t channels, const Turn& turn, double dr,
-                     double first_dc, float* to, size_t n) {
+void turn_row(const float* const* rows, size_t channels, const Turn& turn, double dr,
+              double first_dc, float* to, size_t n) {
     (channels == 1 ? turn_pixels<1> : turn_pixels<3>)(rows, turn, dr, first_dc, to, n);
 }
 
-static void scale_row(const float* upper, const float* lower, size_t channels,
-                      const ScaledColumns& columns, double fraction, float* to, size_t n) {
+void scale_row(const float* upper, const float* lower, size_t channels,
+               const ScaledColumns& columns, double fraction, float* to, size_t n) {
     (channels == 1 ? scale_pixels<1> : scale_pixels<3>)(upper, lower, columns, fraction, to, n);
 }
 

@@ -3,7 +3,7 @@
 // The word that holds the median is followed with a count of what lies below it. Source: J.
 // Suomela, "Median filtering is equivalent to sorting", 2014, and its program.
 
-#include <vorlane/operators/median_kernels.h>
+#include <vorlane/operators/rank_kernels.h>
 #include <vorlane/simd/lanes.h>
 
 namespace vorlane::VORLANE_LANES {
@@ -15,7 +15,7 @@ using std::size_t;
 using std::uint32_t;
 using std::uint64_t;
 
-static inline int64_t clamped(int64_t k, int64_t n) {
+inline int64_t clamped(int64_t k, int64_t n) {
     return k < 0 ? 0 : k < n ? k : n - 1;
 }
 
@@ -27,7 +27,7 @@ struct Stretch {
 };
 
 // At least one position is inside.
-static inline Stretch stretch_of(int64_t first, int64_t last, int64_t n) {
+inline Stretch stretch_of(int64_t first, int64_t last, int64_t n) {
     return {clamped(first, n), clamped(last, n), first < 0 ? -first : 0,
             last >= n ? last - n + 1 : 0};
 }
@@ -143,8 +143,8 @@ private:
 
 // Down the first column of the block, up the next one, and so on.
 template<bool weighted>
-static void filter(const RankedPart& part, const PixelBlock& block, int64_t size, float* const* to,
-                   int64_t channels, int64_t channel) {
+void filter(const RankedPart& part, const PixelBlock& block, int64_t size, float* const* to,
+            int64_t channels, int64_t channel) {
     Window<weighted> window(part, size);
     int64_t row = block.first_row;
     int64_t step = 1;
@@ -165,8 +165,8 @@ static void filter(const RankedPart& part, const PixelBlock& block, int64_t size
     }
 }
 
-static void filter_block(const RankedPart& part, const PixelBlock& block, int64_t size,
-                         float* const* to, int64_t channels, int64_t channel) {
+void filter_block(const RankedPart& part, const PixelBlock& block, int64_t size, float* const* to,
+                  int64_t channels, int64_t channel) {
     (part.weights ? filter<true> : filter<false>)(part, block, size, to, channels, channel);
 }
 

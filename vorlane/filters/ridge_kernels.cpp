@@ -3,7 +3,7 @@
 
 #include <vorlane/filters/ridge_kernels.h>
 #include <vorlane/simd/arctangent.h>
-#include <vorlane/simd/lanes.h>
+#include <vorlane/simd/rows.h>
 #include <vorlane/simd/sine.h>
 
 namespace vorlane::VORLANE_LANES {
@@ -12,21 +12,22 @@ namespace {
 
 using std::size_t;
 
-static void gradients(const float* above, const float* row, const float* below, size_t n,
-                      float* along_rows, float* along_cols) {
-    const F64 half = all_lanes(0.5);
-    size_t j = 1;
-    for (; j + F64::count < n; j += F64::count) {
-        store_floats(along_rows + j, (load_floats(below + j) - load_floats(above + j)) * half);
-        store_floats(along_cols + j, (load_floats(row + j + 1) - load_floats(row + j - 1)) * half);
-    }
-    for (; j + 1 < n; ++j) {
-        along_rows[j] = static_cast<float>((double{below[j]} - double{above[j]}) * 0.5);
-        along_cols[j] = static_cast<float>((double{row[j + 1]} - double{row[j - 1]}) * 0.5);
-    }
+void gradients(const float* above, const float* row, const float* below, size_t n,
+               float* along_rows, float* along_cols) {
+    if (n < 3)
+        return;
+    along_row<F64::count, 1>(
+        {above, row, below}, {along_rows, along_cols}, 1, n - 1, [](auto& in, auto& out, size_t j) {
+            const F64 half = all_lanes(0.5);
+            const F64 down = load_floats(in[2] + j) - load_floats(in[0] + j);
+            const F64 right = load_floats(in[1] + j + 1) - load_floats(in[1] + j - 1);
+            store_floats(out[0] + j, down * half);
+            store_floats(out[1] + j, right * half);
+        });
 }
 
 constexpr size_t block = 64; // pixels whose second differences stay at hand
+static_assert(block % most_float_lanes == 0);
 
 struct Differences {
     float rr[block];
@@ -34,8 +35,7 @@ struct Differences {
     float rc[block];
 };
 
-static void take_differences(const float* above, const float* row, const float* below,
-                             Differences& d) {
+void take_differences(const float* above, const float* row, const float* below, Differences& d) {
     const F64 quarter = all_lanes(0.25);
     for (size_t k = 0; k < block; k += F64::count) {
         const F64 centre = load_floats(row + k);
@@ -62,7 +62,7 @@ struct Decision {
 // |s +- h| / 2, and half-angle formulas give cosine and sine without a transcendental function. All
 // of it is in floats, with errors below 1e-6 of the magnitudes; what lies nearer than 1e-5 to a
 // bound or to a tie is neither flat nor sure, and so are infinities and not-a-numbers.
-static inline Decision decide(F32 rr, F32 cc, F32 rc, F32 sigma) {
+inline Decision decide(F32 rr, F32 cc, F32 rc, F32 sigma) {
     const F32 zero = all_lanes(0.0f);
     const F32 half = all_lanes(0.5f);
     const F32 one = all_lanes(1.0f);
@@ -100,7 +100,7 @@ static inline Decision decide(F32 rr, F32 cc, F32 rc, F32 sigma) {
     return {is_flat, is_sure, whole_down, whole_right * select(is_first, sign, zero - sign)};
 }
 
-static void append(const Decision& d, size_t col, unsigned wanted, RidgeSteps& steps) {
+void append(const Decision& d, size_t col, unsigned wanted, RidgeSteps& steps) {
     const unsigned sure = lane_bits(d.is_sure) & wanted;
     const unsigned open = wanted & ~(lane_bits(d.is_flat) | sure);
     if (sure != 0) {
@@ -121,8 +121,8 @@ static void append(const Decision& d, size_t col, unsigned wanted, RidgeSteps& s
 }
 
 // `count` pixels from column `col` on, of rows that can be read one sample around a whole block.
-static void block_steps(const float* above, const float* row, const float* below, size_t col,
-                        size_t count, float sigma, RidgeSteps& steps) {
+void block_steps(const float* above, const float* row, const float* below, size_t col, size_t count,
+                 float sigma, RidgeSteps& steps) {
     constexpr unsigned every_lane = (1u << F32::count) - 1;
     Differences d;
     take_differences(above, row, below, d);
@@ -134,8 +134,8 @@ static void block_steps(const float* above, const float* row, const float* below
     }
 }
 
-static void steps(const float* above, const float* row, const float* below, size_t begin,
-                  size_t end, float sigma, RidgeSteps& result) {
+void steps(const float* above, const float* row, const float* below, size_t begin, size_t end,
+           float sigma, RidgeSteps& result) {
     size_t j = begin;
     for (; j + block <= end; j += block)
         block_steps(above + j, row + j, below + j, j, block, sigma, result);
@@ -151,7 +151,7 @@ static void steps(const float* above, const float* row, const float* below, size
 }
 
 // Length and direction of a gradient, the latter from the row axis towards the column axis.
-static inline F64 angle_of(const float* along_rows, const float* along_cols, M64& is_short) {
+inline F64 angle_of(const float* along_rows, const float* along_cols, M64& is_short) {
     const F64 r = load_floats(along_rows);
     const F64 c = load_floats(along_cols);
     is_short = square_root(c * c + r * r) < all_lanes(double{least_gradient});
@@ -160,7 +160,7 @@ static inline F64 angle_of(const float* along_rows, const float* along_cols, M64
     });
 }
 
-static void axes(const RidgePairs& pairs, size_t n) {
+void axes(const RidgePairs& pairs, size_t n) {
     const F64 pi = all_lanes(double{3.1415927f});
     const F64 two_pi = pi + pi;
     for (size_t k = 0; k < n; k += F64::count) {

@@ -8,95 +8,14 @@
 #include <utility>
 
 #include <vorlane/operators/median_kernels.h>
-#include <vorlane/simd/lanes.h>
+#include <vorlane/operators/sorting_networks.h>
+#include <vorlane/simd/rows.h>
 
 namespace vorlane::VORLANE_LANES {
 
 namespace {
 
 using std::size_t;
-
-// Positions of a network's values, in rising order of what they hold.
-struct Wires {
-    int at[largest_network_median * largest_network_median];
-    int count;
-};
-
-// The comparators of a network in their order: the smaller of two values goes to `low`.
-struct Network {
-    int low[512];
-    int high[512];
-    int count;
-    Wires sorted;
-};
-
-static constexpr Wires every_second(const Wires& wires, int first) {
-    Wires some = {};
-    for (int k = first; k < wires.count; k += 2)
-        some.at[some.count++] = wires.at[k];
-    return some;
-}
-
-static constexpr void compare(Network& network, int low, int high) {
-    network.low[network.count] = low;
-    network.high[network.count] = high;
-    ++network.count;
-}
-
-static constexpr Wires merge(Network& network, const Wires& a, const Wires& b) {
-    if (a.count == 0)
-        return b;
-    if (b.count == 0)
-        return a;
-    Wires merged = {};
-    if (a.count == 1 && b.count == 1) {
-        compare(network, a.at[0], b.at[0]);
-        merged.at[0] = a.at[0];
-        merged.at[1] = b.at[0];
-        merged.count = 2;
-        return merged;
-    }
-    const Wires even = merge(network, every_second(a, 0), every_second(b, 0));
-    const Wires odd = merge(network, every_second(a, 1), every_second(b, 1));
-    merged.at[merged.count++] = even.at[0];
-    for (int k = 0; k < odd.count || k + 1 < even.count; ++k) {
-        if (k < odd.count && k + 1 < even.count)
-            compare(network, odd.at[k], even.at[k + 1]);
-        if (k < odd.count)
-            merged.at[merged.count++] = odd.at[k];
-        if (k + 1 < even.count)
-            merged.at[merged.count++] = even.at[k + 1];
-    }
-    return merged;
-}
-
-static constexpr Wires wires_between(int begin, int end) {
-    Wires wires = {};
-    for (int k = begin; k < end; ++k)
-        wires.at[wires.count++] = k;
-    return wires;
-}
-
-static constexpr Wires sort(Network& network, int begin, int end) {
-    if (end - begin < 2)
-        return wires_between(begin, end);
-    const int middle = (begin + end) / 2;
-    const Wires lower = sort(network, begin, middle);
-    return merge(network, lower, sort(network, middle, end));
-}
-
-static constexpr Network sorting_network(int count) {
-    Network network = {};
-    network.sorted = sort(network, 0, count);
-    return network;
-}
-
-// Of two sorted lists that stand one behind the other.
-static constexpr Network merging_network(int first, int second) {
-    Network network = {};
-    network.sorted = merge(network, wires_between(0, first), wires_between(first, first + second));
-    return network;
-}
 
 // A sorted list of samples of a window that has lost those which can't be the one looked for.
 struct List {
@@ -107,7 +26,7 @@ struct List {
 
 // What of a merged list of all samples of `columns` columns may still have rank size * size / 2 in
 // the window, when `below` have been lost and `count` are left.
-static constexpr List keep_candidates(int size, int columns, int below, int count) {
+constexpr List keep_candidates(int size, int columns, int below, int count) {
     const int target = size * size / 2 - below;
     const int outside = size * (size - columns);
     const int first = target > outside ? target - outside : 0;
@@ -115,38 +34,38 @@ static constexpr List keep_candidates(int size, int columns, int below, int coun
     return {columns, below + first, last - first + 1};
 }
 
-static constexpr List merged_list(int size, const List& a, const List& b) {
+constexpr List merged_list(int size, const List& a, const List& b) {
     return keep_candidates(size, a.columns + b.columns, a.below + b.below, a.count + b.count);
 }
 
 // The list of 1, 2, 4 ... columns.
-static constexpr List list_of_columns(int size, int columns) {
+constexpr List list_of_columns(int size, int columns) {
     if (columns == 1)
         return keep_candidates(size, 1, 0, size);
     const List half = list_of_columns(size, columns / 2);
     return merged_list(size, half, half);
 }
 
-static constexpr int largest_power_in(int size) {
+constexpr int largest_power_in(int size) {
     int power = 1;
     while (2 * power <= size)
         power *= 2;
     return power;
 }
 
-static inline void exchange(F32& low, F32& high) {
+inline void exchange(F32& low, F32& high) {
     const F32 smaller = minimum(low, high);
     high = maximum(low, high);
     low = smaller;
 }
 
 template<const Network& network, size_t begin, size_t... k>
-static inline void run_part(F32* values, std::index_sequence<k...>) {
+inline void run_part(F32* values, std::index_sequence<k...>) {
     (exchange(values[network.low[begin + k]], values[network.high[begin + k]]), ...);
 }
 
 template<const Network& network, size_t begin = 0>
-static inline void run(F32* values) {
+inline void run(F32* values) {
     constexpr size_t part = 128;
     constexpr size_t left = network.count - begin;
     run_part<network, begin>(values, std::make_index_sequence<(left < part ? left : part)>());
@@ -155,7 +74,7 @@ static inline void run(F32* values) {
 }
 
 template<const Network& network, int first, size_t... k>
-static inline void gather(const F32* values, F32* sorted, std::index_sequence<k...>) {
+inline void gather(const F32* values, F32* sorted, std::index_sequence<k...>) {
     ((sorted[k] = values[network.sorted.at[first + static_cast<int>(k)]]), ...);
 }
 
@@ -164,9 +83,10 @@ constexpr Network sorting = sorting_network(count);
 template<int first, int second>
 constexpr Network merging = merging_network(first, second);
 
+static_assert(largest_network_median * largest_network_median <= most_wires);
+
 constexpr size_t tile = 192; // samples of a row at a time; a multiple of 3 and of all lanes
-constexpr size_t most_lanes = 16;
-constexpr size_t tile_stride = tile + 3 * (largest_network_median - 1) + most_lanes;
+constexpr size_t tile_stride = tile + 3 * (largest_network_median - 1) + most_float_lanes;
 
 // Lists of sorted samples for every place in a tile: sample k of place j is rows[k][j].
 template<int count>
@@ -175,14 +95,14 @@ struct Lists {
 };
 
 template<int count>
-static inline void load_list(const Lists<count>& lists, size_t j, F32* values) {
+inline void load_list(const Lists<count>& lists, size_t j, F32* values) {
     for (int k = 0; k < count; ++k)
         values[k] = load(lists.rows[k] + j);
 }
 
 // Merges two lists in `values`, one behind the other, into the candidates that are left.
 template<int size, List a, List b>
-static inline void merge_lists(F32* values, F32* merged) {
+inline void merge_lists(F32* values, F32* merged) {
     constexpr const Network& network = merging<a.count, b.count>;
     constexpr List result = merged_list(size, a, b);
     run<network>(values);
@@ -251,7 +171,7 @@ struct Pyramid<size, 1> {
 // Joins `so_far`, which covers the window's first columns, with lists for the columns that are
 // left, and gives the sample looked for.
 template<int size, List so_far, class Lists>
-static inline F32 join_rest(const F32* values, const Lists& pyramid, size_t j, size_t channels) {
+inline F32 join_rest(const F32* values, const Lists& pyramid, size_t j, size_t channels) {
     if constexpr (so_far.columns == size) {
         return values[size * size / 2 - so_far.below];
     } else {
@@ -269,12 +189,12 @@ static inline F32 join_rest(const F32* values, const Lists& pyramid, size_t j, s
     }
 }
 
-static inline F32 middle_of(F32 a, F32 b, F32 c) {
+inline F32 middle_of(F32 a, F32 b, F32 c) {
     return maximum(minimum(a, b), minimum(maximum(a, b), c));
 }
 
 template<int size, class Lists>
-static inline F32 window_median(const Lists& pyramid, size_t j, size_t channels) {
+inline F32 window_median(const Lists& pyramid, size_t j, size_t channels) {
     if constexpr (size == 3) {
         // Of three sorted columns: the largest of the lowest, the middle of the middle ones and the
         // smallest of the highest (A. Paeth, "Median finding on a 3 x 3 grid", 1990).
@@ -299,8 +219,8 @@ static inline F32 window_median(const Lists& pyramid, size_t j, size_t channels)
 
 // Samples [begin, begin + count) of a row whose first pixel stands `before` pixels further to the
 // left than the samples' own; pixels outside are those of the border.
-static void copy_clamped(const float* row, size_t cols, size_t channels, size_t begin,
-                         size_t before, size_t count, float* to) {
+void copy_clamped(const float* row, size_t cols, size_t channels, size_t begin, size_t before,
+                  size_t count, float* to) {
     const size_t n = cols * channels;
     const size_t left = before * channels;
     size_t j = 0;
@@ -315,14 +235,14 @@ static void copy_clamped(const float* row, size_t cols, size_t channels, size_t 
 }
 
 template<int size>
-static void filter_row(const float* const* rows, size_t cols, size_t channels, float* to) {
+void filter_row(const float* const* rows, size_t cols, size_t channels, float* to) {
     constexpr int half_columns = largest_power_in(size) / 2;
     constexpr size_t before = size - 1 - size / 2;
     constexpr size_t lanes = F32::count;
     const size_t n = cols * channels;
     // Places for which lists of each kind are needed, beyond those of the tile.
     const size_t margin = static_cast<size_t>(size - half_columns) * channels;
-    static_assert(tile % lanes == 0 && tile % 3 == 0 && lanes <= most_lanes);
+    static_assert(tile % most_float_lanes == 0 && tile % 3 == 0);
     Pyramid<size, half_columns> pyramid;
     float padded[size][tile_stride];
     for (size_t begin = 0; begin < n; begin += tile) {
@@ -338,14 +258,10 @@ static void filter_row(const float* const* rows, size_t cols, size_t channels, f
         pyramid.fill(window, count + margin, channels);
         for (size_t j = 0; j < count; j += lanes) {
             const F32 median = window_median<size>(pyramid, j, channels);
-            if (j + lanes <= count) {
+            if (j + lanes <= count)
                 store(to + begin + j, median);
-            } else {
-                float rest[lanes];
-                store(rest, median);
-                for (size_t k = 0; j + k < count; ++k)
-                    to[begin + j + k] = rest[k];
-            }
+            else
+                store_first(to + begin + j, median, count - j);
         }
     }
 }

@@ -54,8 +54,8 @@ struct History {
 };
 
 template<int vectors, class In, class Terms>
-static inline void causal_start(const LineFilter& f, const Coefficients& c, const In& in,
-                                const Terms& terms, size_t n, History<vectors>& h) {
+inline void causal_start(const LineFilter& f, const Coefficients& c, const In& in,
+                         const Terms& terms, size_t n, History<vectors>& h) {
     const double* u = f.u;
     const F64 sum_0123 = all_lanes(u[0] + u[1] + u[2] + u[3]);
     const F64 sum_123 = all_lanes(u[1] + u[2] + u[3]);
@@ -89,8 +89,8 @@ static inline void causal_start(const LineFilter& f, const Coefficients& c, cons
 
 // The step at position j, where j is `slot` modulo 4.
 template<int slot, int vectors, class In, class Terms>
-static inline void causal_step(const Coefficients& c, const In& in, const Terms& terms, size_t j,
-                               History<vectors>& h) {
+inline void causal_step(const Coefficients& c, const In& in, const Terms& terms, size_t j,
+                        History<vectors>& h) {
     const float* const source = in.at(j);
     float* const target = terms.at(j);
     for (int v = 0; v < vectors; ++v) {
@@ -108,8 +108,8 @@ static inline void causal_step(const Coefficients& c, const In& in, const Terms&
 }
 
 template<int vectors, class In, class Terms>
-static inline void causal_pass(const LineFilter& f, const Coefficients& c, const In& in,
-                               const Terms& terms, size_t n) {
+inline void causal_pass(const LineFilter& f, const Coefficients& c, const In& in,
+                        const Terms& terms, size_t n) {
     History<vectors> h;
     causal_start(f, c, in, terms, n, h);
     size_t j = 4;
@@ -128,8 +128,8 @@ static inline void causal_pass(const LineFilter& f, const Coefficients& c, const
 }
 
 template<bool scaled>
-static inline void combine(const LineFilter& f, const Coefficients& c, const float* terms, F64 b,
-                           float* out) {
+inline void combine(const LineFilter& f, const Coefficients& c, const float* terms, F64 b,
+                    float* out) {
     const F64 y = quotient(load_floats(terms) + b, c.k, c.reciprocal);
     if constexpr (scaled)
         store_floats_times(out, y, f.scale);
@@ -139,9 +139,8 @@ static inline void combine(const LineFilter& f, const Coefficients& c, const flo
 
 // The first positions of the anti-causal pass, r counting back from the end of the line.
 template<bool scaled, int vectors, class In, class Terms, class Out>
-static inline void anticausal_start(const LineFilter& f, const Coefficients& c, const In& in,
-                                    const Terms& terms, const Out& out, size_t n,
-                                    History<vectors>& h) {
+inline void anticausal_start(const LineFilter& f, const Coefficients& c, const In& in,
+                             const Terms& terms, const Out& out, size_t n, History<vectors>& h) {
     const double* m = f.m;
     const F64 sum_1234 = all_lanes(m[1] + m[2] + m[3] + m[4]);
     const F64 sum_234 = all_lanes(m[2] + m[3] + m[4]);
@@ -176,9 +175,8 @@ static inline void anticausal_start(const LineFilter& f, const Coefficients& c, 
 
 // The step at position j = n - 1 - r, where r is `slot` modulo 4.
 template<bool scaled, int slot, int vectors, class In, class Terms, class Out>
-static inline void anticausal_step(const LineFilter& f, const Coefficients& c, const In& in,
-                                   const Terms& terms, const Out& out, size_t j,
-                                   History<vectors>& h) {
+inline void anticausal_step(const LineFilter& f, const Coefficients& c, const In& in,
+                            const Terms& terms, const Out& out, size_t j, History<vectors>& h) {
     const float* const source = in.at(j);
     const float* const causal = terms.at(j);
     float* const target = out.at(j);
@@ -197,8 +195,8 @@ static inline void anticausal_step(const LineFilter& f, const Coefficients& c, c
 }
 
 template<bool scaled, int vectors, class In, class Terms, class Out>
-static inline void anticausal_pass(const LineFilter& f, const Coefficients& c, const In& in,
-                                   const Terms& terms, const Out& out, size_t n) {
+inline void anticausal_pass(const LineFilter& f, const Coefficients& c, const In& in,
+                            const Terms& terms, const Out& out, size_t n) {
     History<vectors> h;
     anticausal_start<scaled>(f, c, in, terms, out, n, h);
     size_t r = 4;
@@ -217,8 +215,7 @@ static inline void anticausal_pass(const LineFilter& f, const Coefficients& c, c
 }
 
 template<int vectors, class In, class Terms, class Out>
-static void filter_lines(const LineFilter& f, const In& in, const Terms& terms, const Out& out,
-                         size_t n) {
+void filter_lines(const LineFilter& f, const In& in, const Terms& terms, const Out& out, size_t n) {
     const Coefficients c(f);
     causal_pass<vectors>(f, c, in, terms, n);
     if (f.scale == 1.0f)
@@ -228,16 +225,16 @@ static void filter_lines(const LineFilter& f, const In& in, const Terms& terms, 
 }
 
 // The lines of a panel, `count` of them beside each other, filtered into the panel of terms.
-static void filter_panel(const LineFilter& f, const Panel& in, const Panel& terms, size_t n,
-                         size_t count) {
+void filter_panel(const LineFilter& f, const Panel& in, const Panel& terms, size_t n,
+                  size_t count) {
     if (count > static_cast<size_t>(F64::count))
         filter_lines<wide>(f, in, terms, terms, n);
     else
         filter_lines<1>(f, in, terms, terms, n);
 }
 
-static void columns(const LineFilter& f, const float* const* in, float* const* out, size_t n,
-                    size_t col, size_t count, float* scratch) {
+void columns(const LineFilter& f, const float* const* in, float* const* out, size_t n, size_t col,
+             size_t count, float* scratch) {
     if (count == static_cast<size_t>(block_lines)) {
         filter_lines<wide>(f, Columns{in, col}, Panel{scratch, block_lines}, OutColumns{out, col},
                            n);
@@ -260,8 +257,8 @@ static void columns(const LineFilter& f, const float* const* in, float* const* o
     }
 }
 
-static void rows(const LineFilter& f, const float* const* in, float* const* out, size_t n,
-                 size_t channels, size_t count, float* scratch) {
+void rows(const LineFilter& f, const float* const* in, float* const* out, size_t n, size_t channels,
+          size_t count, float* scratch) {
     const size_t lanes = count > static_cast<size_t>(F64::count) ? block_lines : F64::count;
     const size_t samples = n * channels;
     float* const panel = scratch;

@@ -13,19 +13,19 @@ using std::size_t;
 
 constexpr size_t lanes = F64::count;
 
-static inline F64 weighted(F64 r, F64 g, F64 b, double wr, double wg, double wb) {
+inline F64 weighted(F64 r, F64 g, F64 b, double wr, double wg, double wb) {
     return all_lanes(wr) * r + all_lanes(wg) * g + all_lanes(wb) * b;
 }
 
 // Half away from zero, as an integer does: there is no -0. What is too large for an int stays.
-static inline F64 round_half_away(F64 value) {
+inline F64 round_half_away(F64 value) {
     const F64 shifted = value + with_sign_of(all_lanes(0.5), value);
     const F64 whole = truncate(shifted) + all_lanes(0.0);
     return select(absolute(shifted) < all_lanes(2147483648.0), whole, shifted);
 }
 
 // `channels` holds red, green, blue of as many pixels as there are lanes, and then L, u, v.
-static inline void convert(float (&channels)[3][lanes], const float* lightness) {
+inline void convert(float (&channels)[3][lanes], const float* lightness) {
     const F64 r = load_floats(channels[0]);
     const F64 g = load_floats(channels[1]);
     const F64 b = load_floats(channels[2]);
@@ -55,7 +55,7 @@ static inline void convert(float (&channels)[3][lanes], const float* lightness) 
     store_floats(channels[2], round_half_away(v));
 }
 
-static void to_luv(const float* rgb, float* luv, size_t n, const float* lightness) {
+void to_luv(const float* rgb, float* luv, size_t n, const float* lightness) {
     for (size_t j = 0; j < n; j += lanes) {
         const size_t count = j + lanes <= n ? lanes : n - j;
         float channels[3][lanes] = {};
