@@ -31,3 +31,16 @@ separate_arguments(flags)
 separate_arguments(FLAGS)
 run(${COMPILER} -std=c++17 -Wall -Wextra -Wpedantic -Werror ${FLAGS}
     ${SOURCE}/examples/edges_of_a_picture.cpp ${flags} -o ${WORK}/by-pkg-config)
+
+# The installed program finds library and modules, also where the tree is moved to.
+if(EXISTS ${prefix}/bin/vorlane)
+  file(RENAME ${prefix} ${WORK}/moved)
+  run(${WORK}/moved/bin/vorlane edges ${WORK}/in.pgm ${WORK}/edges.pgm)
+  foreach(document share/man/man1/vorlane.1 share/bash-completion/completions/vorlane
+      share/zsh/site-functions/_vorlane)
+    file(SIZE ${WORK}/moved/${document} size)
+    if(size LESS 1000)
+      message(FATAL_ERROR "${document} has ${size} bytes")
+    endif()
+  endforeach()
+endif()
