@@ -2,8 +2,10 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <fstream>
 
 #include "commands.h"
+#include "host/pending_file.h"
 
 using namespace vorlane::host;
 
@@ -185,18 +187,29 @@ std::string zsh_completion() {
            "_vorlane \"$@\"\n";
 }
 
-void print(const std::string& text) {
-    std::fwrite(text.data(), 1, text.size(), stdout);
+// To standard output, or to the file that --out names.
+int print(const std::string& text, const Arguments& arguments) {
+    if (!arguments.is_given("out")) {
+        std::fwrite(text.data(), 1, text.size(), stdout);
+        return 0;
+    }
+    PendingFile file(arguments.text("out"));
+    std::ofstream stream(file.path(), std::ios::binary);
+    stream << text;
+    stream.close();
+    if (!stream)
+        throw Error(arguments.text("out") + ": can't be written");
+    file.commit();
+    return 0;
 }
 
-int print_manual(const Arguments&, const Arguments&) {
-    print(manual());
-    return 0;
+int print_manual(const Arguments& arguments, const Arguments&) {
+    return print(manual(), arguments);
 }
 
 int print_completion(const Arguments& arguments, const Arguments&) {
-    print(arguments.text("SHELL") == "zsh" ? zsh_completion() : bash_completion());
-    return 0;
+    return print(arguments.text("SHELL") == "zsh" ? zsh_completion() : bash_completion(),
+                 arguments);
 }
 
 constexpr Option shell_place[] = {{.name = "SHELL",
@@ -205,16 +218,24 @@ constexpr Option shell_place[] = {{.name = "SHELL",
                                    .choices = "bash|zsh",
                                    .is_required = true}};
 
+constexpr Option document_options[] = {
+    {.name = "out",
+     .kind = Kind::output,
+     .purpose = "Write to this file in place of standard output"},
+};
+
 constexpr Command table[] = {
     {.description = {.name = "manual",
                      .purpose = "Print the manual page",
                      .notes = "In troff, as man shows it.",
-                     .example = ""},
+                     .example = "--out vorlane.1",
+                     .options = document_options},
      .run = print_manual},
     {.description = {.name = "completion",
                      .purpose = "Print a script that completes commands and options",
                      .example = "bash",
-                     .places = shell_place},
+                     .places = shell_place,
+                     .options = document_options},
      .run = print_completion},
 };
 
