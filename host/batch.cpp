@@ -74,7 +74,8 @@ std::vector<std::string> pictures_in(const std::string& folder) {
     for (fs::directory_iterator at(folder, error), end; !error && at != end; at.increment(error)) {
         const std::string path = at->path().string();
         std::error_code ignored;
-        if (is_picture_path(path) && at->is_regular_file(ignored))
+        const bool is_named_so = is_picture_path(path) || at->path().extension() == ".dcm";
+        if (is_named_so && at->is_regular_file(ignored))
             found.push_back(path);
     }
     if (error)
@@ -141,7 +142,7 @@ std::string message_of(const std::string& name, const std::string& what) {
 class Writer {
 public:
     Writer(const BatchItem& item, const BatchOptions& options, Outcome& outcome)
-        : item_(item), options_(options), outcome_(outcome) {
+        : options_(options), outcome_(outcome) {
         has_id_ = id_of(split_page(item.in).first, id_);
     }
 
@@ -154,7 +155,6 @@ public:
     }
 
 private:
-    const BatchItem& item_;
     const BatchOptions& options_;
     Outcome& outcome_;
     FileId id_{};

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "commands.h"
+#include "host/movies.h"
 #include "host/pictures.h"
 
 using vorlane::host::Description;
@@ -216,8 +217,19 @@ std::string version_text() {
     wrap(text, reads, 17, 17);
     text += "Writes pictures: ";
     wrap(text, writes, 17, 17);
-    text += "Movies:          TQ (.tq), AVI (.avi)\n"
-            "Volumes:         descriptions V1 (numbered pictures), V2 (raw data)\n";
+    text += "Writes movies:   " + vorlane::host::movie_endings() + "\n";
+#ifdef VORLANE_HAS_FFMPEG
+    text += "Reads movies:    these, and what FFmpeg's libraries know\n";
+#else
+    text += "Reads movies:    these\n";
+    left_out += "  movies of other codecs: needs FFmpeg's libraries\n";
+#endif
+    text += "Reads volumes:   descriptions V1 (numbered pictures) and V2 (raw data), pictures of "
+            "several pages";
+#ifdef VORLANE_HAS_DCMTK
+    text += ",\n                 folders of DICOM files";
+#endif
+    text += "\n";
     if (!left_out.empty())
         text += "Left out of this build:\n" + left_out;
     return text;

@@ -8,6 +8,7 @@
 #include "host/command_line.h"
 #include "host/parts/loader.h"
 #include "host/pending_file.h"
+#include "progress.h"
 
 using namespace vorlane::host;
 
@@ -46,6 +47,23 @@ void set_places(Arguments& arguments, const std::vector<Word>& rest) {
         throw UsageError("there is nothing to do with '" + rest[at].text + "'");
 }
 
+// An input isn't overwritten. Commands on pictures look for themselves, at all that they write.
+void check_outputs(const Arguments& arguments) {
+    for (const Option& output : arguments.description().places) {
+        if (output.kind != Kind::output)
+            continue;
+        for (const Option& input : arguments.description().places) {
+            if (input.kind != Kind::path)
+                continue;
+            for (const std::string& path : arguments.texts(input.name)) {
+                std::error_code error;
+                if (std::filesystem::equivalent(path, arguments.text(output.name), error))
+                    throw UsageError(path + ": is an input and isn't overwritten; --force does it");
+            }
+        }
+    }
+}
+
 int run(const Command& command, std::span<const Word> words) {
     Arguments own(command.description);
     Arguments common(command.run ? other_options() : picture_options());
@@ -55,9 +73,13 @@ int run(const Command& command, std::span<const Word> words) {
         print(help_of_command(command));
         return 0;
     }
+    if (common.flag("quiet"))
+        ProgressBar::silence();
     if (command.run) {
         set_places(own, rest);
         own.check();
+        if (!common.flag("force"))
+            check_outputs(own);
         return command.run(own, common);
     }
     std::vector<std::string> places;

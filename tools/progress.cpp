@@ -8,12 +8,18 @@
 namespace {
 
 constexpr std::int64_t width = 40;
+bool is_silent = false;
 
 } // namespace
 
 ProgressBar::ProgressBar(std::string what, std::int64_t steps)
-    : what_(std::move(what)), steps_(steps > 0 ? steps : 1), is_shown_(isatty(STDERR_FILENO) == 1) {
+    : what_(std::move(what)), steps_(steps > 0 ? steps : 1),
+      is_shown_(!is_silent && isatty(STDERR_FILENO) == 1) {
     draw();
+}
+
+void ProgressBar::silence() {
+    is_silent = true;
 }
 
 ProgressBar::~ProgressBar() {

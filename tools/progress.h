@@ -11,6 +11,9 @@ public:
     ProgressBar(const ProgressBar&) = delete;
     ProgressBar& operator=(const ProgressBar&) = delete;
 
+    // From now on none is shown.
+    static void silence();
+
     void advance();
     void show(std::int64_t done);
 

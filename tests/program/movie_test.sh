@@ -84,3 +84,4 @@ echo "movies do as told"
 "$program" run 'math invert | filter threshold --level 90' f2.ppm r.ppm
 "$program" compare r.ppm r1.ppm >out.txt || fail "a chain differs on frames: $(cat out.txt)"
 expect 2 "unknown step 'edgse'" "$program" movie run edgse c.tq x.avi
+expect 2 "is an input" "$program" movie convert c.tq ./c.tq
