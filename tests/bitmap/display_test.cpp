@@ -116,6 +116,57 @@ TEST(Drawing, StretchesMirrorsAndClips) {
     }
 }
 
+// Every depth against pixels that are taken from the block one by one.
+TEST(Drawing, OfEveryDepth) {
+    const struct {
+        int depth;
+        std::uint32_t compression, masks[3];
+    } cases[] = {{1, 0, {}},
+                 {4, 0, {}},
+                 {8, 0, {}},
+                 {16, 0, {0x7C00, 0x3E0, 0x1F}},
+                 {16, 3, {0xF800, 0x7E0, 0x1F}},
+                 {32, 0, {0xFF0000, 0xFF00, 0xFF}},
+                 {32, 3, {0xFF, 0x3FF00, 0xF0000000}}};
+    const int width = 13, height = 3;
+    std::mt19937 random(5);
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.depth);
+        CDib bitmap(width, height, c.depth);
+        for (unsigned k = 0; k < bitmap.image_size; ++k)
+            bitmap.bits[k] = static_cast<unsigned char>(random());
+        auto& fields = *reinterpret_cast<BITMAPINFOHEADER*>(bitmap.header);
+        fields.biCompression = c.compression;
+        if (c.compression != 0)
+            std::memcpy(bitmap.header + 40, c.masks, sizeof c.masks);
+        for (int k = 0; c.depth <= 8 && k < 4 << c.depth; ++k)
+            bitmap.header[40 + k] = static_cast<unsigned char>(random());
+        CMemoryDC device(width, height, CMemoryDC::true_colour);
+        ASSERT_EQ(bitmap.Draw(&device, 0, 0, width, height), 1);
+        for (int i = 0; i < height; ++i) {
+            for (int j = 0; j < width; ++j) {
+                const unsigned char* const row = bitmap.bits + (height - 1 - i) * bitmap.row_bytes;
+                unsigned long expected;
+                if (c.depth <= 8) {
+                    int index = 0; // bit by bit from the highest
+                    for (int b = j * c.depth; b < (j + 1) * c.depth; ++b)
+                        index = 2 * index + (row[b / 8] >> (7 - b % 8) & 1);
+                    const unsigned char* const colour = bitmap.header + 40 + 4 * index;
+                    expected = packed(colour[2], colour[1], colour[0]);
+                } else {
+                    std::uint32_t pixel = 0;
+                    std::memcpy(&pixel, row + j * c.depth / 8, c.depth / 8);
+                    const auto level = [&](std::uint32_t mask) {
+                        return static_cast<int>(std::lround(255.0 * (pixel & mask) / mask));
+                    };
+                    expected = packed(level(c.masks[0]), level(c.masks[1]), level(c.masks[2]));
+                }
+                ASSERT_EQ(device.GetPixel(j, i), expected) << i << ", " << j;
+            }
+        }
+    }
+}
+
 TEST(Drawing, OnAHardwarePaletteShowsEveryGray) {
     const ImagePtr ramp =
         make_gray(16, 16, [](int i, int j) { return static_cast<float>(16 * i + j); });

@@ -1,3 +1,4 @@
+#include <filesystem>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -56,6 +57,12 @@ TEST(File, FullDiskIsNoticed) {
             file.Close();
         },
         CFileException);
+}
+
+TEST(SystemFiles, AreFoundFromTheLibrary) {
+    const auto program = std::filesystem::canonical("/proc/self/exe");
+    EXPECT_EQ(path_from_library("../share/x"),
+              program.parent_path().parent_path().string() + "/share/x");
 }
 
 TEST(String, FormatsAndFinds) {

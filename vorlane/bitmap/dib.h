@@ -8,23 +8,26 @@
 #pragma once
 
 #include <vorlane/image/image.h>
+#include <vorlane/imagefiles/image_files.h>
 #include <vorlane/platform/file.h>
 #include <vorlane/platform/gdi.h>
 
 namespace vorlane {
 class TqSource;
-}
+struct BitmapBlocks;
+} // namespace vorlane
 
 class VORLANE_API CDib : public CObject {
 public:
     // Blocks from malloc that the bitmap owns and gives to free. A movie lends `bits` and takes it
     // back, by setting null, before the bitmap goes.
-    unsigned char* header; // a BITMAPINFOHEADER, and behind its 40 bytes the colour table
+    unsigned char* header; // a BITMAPINFOHEADER, and behind its 40 bytes the colour table; biSize
+                           // may count more, and masks may stand between (biCompression 3 or 6)
     unsigned char* bits;   // the pixel block
 
     CPalette* palette;   // null, or owned
     unsigned image_size; // bytes of the pixel block
-    int ncolors;         // entries of the colour table that the bitmap counts
+    int ncolors;         // entries of the colour table; who assigns it has a header with them
     int width;
     int height;
     int row_bytes;   // from one row of the pixel block to the next
@@ -66,17 +69,23 @@ public:
     ~CDib() override;
 
     // Reads a BMP from where the file stands, and leaves it behind the pixels. Returns 1, or 0
-    // without a change after "Read error 1" (less than 14 bytes) or "Invalid bitmap file" (not a
-    // bitmap; a width or height of 0; a depth that no bitmap has; pixels that start inside the
-    // header; sizes that the length of the file doesn't bear out). Neither biSize nor compression
-    // is looked at. Rows are found by biSizeImage if that isn't 0. What is missing at the end
-    // counts as zeros. A file with its top row first is turned over. A count of colours beyond an
-    // int counts as the largest int.
+    // without a change after "Read error 1" (no file, or less than 14 bytes) or "Invalid bitmap
+    // file" (not a bitmap; a width that isn't positive; a height of 0; pixels that start inside the
+    // first 40 bytes of the header, or a file that ends there; sizes that the length of the file
+    // doesn't bear out), or without a message if there is no memory. Throws CFileException if
+    // reading fails, also without a change.
+    //
+    // Depth and compression aren't looked at. Longer headers and masks are kept, and the colour
+    // table is behind them; where the file has no room for what biSize, biCompression or biClrUsed
+    // promise, `header` says what there is, while `ncolors` counts what was promised, up to the
+    // largest int. Rows are found by biSizeImage if that isn't 0. What is missing at the end counts
+    // as zeros. A file with its top row first is turned over.
     int Read(CFile* file);
 
-    // Writes a BMP where the file stands, closes the file and returns 1; 0 if the bitmap is empty.
-    // biSizeImage stays what it is. A depth above 8 with biClrUsed 0 has no colour table. What
-    // CFile throws passes.
+    // Writes a BMP where the file stands, closes the file and returns 1; 0 if there is no file or
+    // the bitmap is empty. The header is written as it stands, with its masks and `ncolors`
+    // colours; above 8 bits no more of them than biClrUsed says, and a colour profile of a long
+    // header isn't kept. What CFile throws passes.
     int Write(CFile* file);
 
     // The picture as a new plane that the caller releases: of height x width samples with
@@ -100,30 +109,18 @@ public:
 
     // Stretches the bitmap into the rectangle between (x, y) and (x + w, y + h) of the device, with
     // its palette realised, which is that of the device if there was none. The palette that was
-    // selected stays so. Returns 1, or 0 if the bitmap is empty.
+    // selected stays so. Shows 1, 4, 8, 16, 24 and 32 bits, with masks or without, and of other
+    // depths and compressed bitmaps nothing. Returns 1, or 0 if the bitmap is empty or `dc` null.
     int Draw(CDC* dc, int x, int y, int w, int h);
 
 private:
     friend class vorlane::TqSource; // fills the bitmap of a frame again with the next one
 
-    int table_limit_; // colours that the block at `header` has room for
-
+    void take(vorlane::BitmapBlocks& blocks);
     bool allocate(int columns, int rows, int bit_count);
     void set_to_image(const CImage* image, int normalize, float lo, float hi);
     void set_to_image(const CImage* image, const int* table);
-    template<class Encode>
-    void fill_rows(Encode encode);
     void finish_colours();
     void set_to_plane(int rows, int cols, int image_type, const float* const* plane, int normalize,
                       float lo, float hi);
 };
-
-// A BMP file as a plane that the caller releases, see CDib::MakeFloatImage, or null after the
-// message of CDib::Read. Throws CFileException if the file can't be opened or read.
-VORLANE_API float** read_bmp_image(const char* path, int* nrows, int* ncols, int* image_type);
-
-// Writes 8 bits a pixel with a table of grays if image_type is 0, else 24. Returns 1; 0, with no
-// file touched, if such a bitmap can't be. Throws CFileException if the file can't be made or
-// doesn't take all the data.
-VORLANE_API int write_bmp_image(const float* const* plane, const char* path, int nrows, int ncols,
-                                int image_type);

@@ -47,7 +47,7 @@ int CDib::MakePalette() {
     const RecordHandle record = make_record(ncolors);
     if (!record)
         return 0;
-    for (int k = 0; k < std::min(ncolors, table_limit_); ++k) {
+    for (int k = 0; k < ncolors; ++k) {
         const RGBQUAD entry = table_entry(info_of(header), k);
         record->palPalEntry[k] = {entry.rgbRed, entry.rgbGreen, entry.rgbBlue, 0};
     }

@@ -8,9 +8,32 @@
 #include <cstdio>
 
 #include <vorlane/bytes/blocks.h>
-#include <vorlane/platform/system_files.h>
 
 namespace vorlane {
+
+// Where reading ended: at unit `unit` of row `row`.
+struct UnitPosition {
+    int row;
+    std::size_t unit;
+};
+
+// Reads rows x cols units of `unit` bytes: decode(i, j, count, bytes) takes `count` of them, from
+// unit j of row i on, and returns false to stop before them. Gives the first unit that wasn't
+// taken.
+template<class Decode>
+UnitPosition read_unit_rows(BlockReader& reader, int rows, std::size_t cols, std::size_t unit,
+                            Decode decode) {
+    for (int i = 0; i < rows; ++i) {
+        for (std::size_t j = 0; j < cols;) {
+            const auto bytes = reader.take((cols - j) * unit, unit);
+            const std::size_t count = bytes.size() / unit;
+            if (count == 0 || !decode(i, j, count, bytes.data()))
+                return {i, j};
+            j += count;
+        }
+    }
+    return {std::max(rows, 0), 0};
+}
 
 // What stands for samples that the file lacks.
 enum class Missing {
@@ -25,29 +48,24 @@ void read_sample_rows(std::FILE* file, float* const* plane, int rows, std::size_
                       std::size_t unit, Decode decode, Missing missing = Missing::repeats_last,
                       float last = 0.0f) {
     BlockReader reader(file, static_cast<std::size_t>(std::max(rows, 0)) * samples * unit);
-    bool at_end = false;
-    for (int i = 0; i < rows; ++i) {
-        float* out = plane[i];
-        float* const end = out + samples;
-        while (!at_end && out < end) {
-            const auto bytes = reader.take(static_cast<std::size_t>(end - out) * unit, unit);
-            at_end = bytes.empty();
-            if (at_end && missing == Missing::is_255) {
-                unsigned char broken[] = {255, 255, 255, 255};
-                decode(broken, &last, 1);
-                const auto rest = reader.take(unit);
-                std::copy(rest.begin(), rest.end(), broken);
-                decode(broken, out++, 1);
-            } else if (!at_end) {
-                decode(bytes.data(), out, bytes.size() / unit);
-                out += bytes.size() / unit;
-                last = out[-1];
-            }
-        }
-        if (at_end && std::bit_cast<std::uint32_t>(last) == 0)
-            return;
-        std::fill(out, end, last);
+    auto [row, at] =
+        read_unit_rows(reader, rows, samples, unit,
+                       [&](int i, std::size_t j, std::size_t count, const unsigned char* bytes) {
+                           decode(bytes, plane[i] + j, count);
+                           last = plane[i][j + count - 1];
+                           return true;
+                       });
+    if (row < rows && missing == Missing::is_255) {
+        unsigned char broken[] = {255, 255, 255, 255};
+        decode(broken, &last, 1);
+        const auto rest = reader.take(unit);
+        std::copy(rest.begin(), rest.end(), broken);
+        decode(broken, plane[row] + at++, 1);
     }
+    if (std::bit_cast<std::uint32_t>(last) == 0)
+        return;
+    for (; row < rows; ++row, at = 0)
+        std::fill(plane[row] + at, plane[row] + samples, last);
 }
 
 // Writes rows x cols units of `unit` bytes: encode(i, j, count, out) gives `count` of them, from

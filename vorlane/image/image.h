@@ -228,13 +228,19 @@ public:
     CImage* Scale(int new_rows, int new_cols) const;
 
     // Reads a file in the format that its first bytes tell. Returns 1, or 0 after a message:
-    // "CImage: Can't open file" (nothing has changed), or the reader's own and "CImage: Can't read
-    // data" (the old pixels are gone, the three codes are those of the format). The other three
-    // planes stay as they are, whatever the new size.
+    // "CImage: Can't open file" (it can't be opened or read, or isn't a plain file; nothing has
+    // changed), or "CImage: Can't read data", behind the reader's own if it has one for this case
+    // (vorlane/imagefiles/image_files.h). Then the old pixels are gone, file_format is that of the
+    // format, and so are image_type and pixel_format where the format has but one: not image_type
+    // of BMP, and neither of TQ, which stay as they were. Of a BMP of another depth than 8 and 24
+    // the sizes are set, and of a TQ of another image_type than 0 and 1 all its numbers. The other
+    // three planes stay as they are, whatever the new size. Throws CFileException, with the fields
+    // as above, if reading a BMP fails half way.
     int ReadImage(const char* path);
 
     // Writes the file in the format of file_format, and returns 1, or 0: with the writer's message,
-    // or without one if the format can't be written.
+    // or without one if the format can't be written. Throws CFileException if a BMP can't be
+    // created or doesn't take all the data.
     int WriteImage(const char* path) const;
 
     // Recursive filters; vorlane/filters/recursive_gaussian.h tells what they compute. `coef` is a

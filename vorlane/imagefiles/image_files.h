@@ -2,20 +2,25 @@
 // helpers of the big-endian formats.
 //
 // A reader returns a new plane that the caller releases with free_2D_float_array, and sets its
-// other results only if it succeeds. What a short file lacks repeats the last byte read, or is 0 if
-// there was none. Null without a message: the header makes no sense, or it promises more than 2^26
-// samples of which the file holds less than a thousandth, or memory is short.
+// other results only if it succeeds. What a short file lacks repeats the last sample read, or is 0
+// if there was none. Sizes of 0 give a plane without samples. A file that can't be opened, that
+// isn't a plain file (a folder, a pipe, a device) or that the system fails to read gives null after
+// the reader's message. Null without a message: the header makes no sense; it promises more than
+// 2^26 samples of which the file holds less than a thousandth, or more than 2^28 of which it holds
+// less than a hundredth, or more than 2^26 in an encoding without bytes; memory is short.
 //
 // A writer returns 1, or 0 if it failed. 8-bit samples are truncated toward zero and keep their low
 // 8 bits, without rounding, clamping or scaling: 255.9 gives 255, 256.0 gives 0, -1.0 gives 255.
 // Numbers of a magnitude from 2^63 on and not-a-numbers give 0. Bring an image into range before,
-// with CImage::Normalize for instance. If the file can't take all the data, the message is that of
-// a file that can't be created, and what is there of it stays.
+// with CImage::Normalize for instance. A file that can't be created stays as it is. If it can't
+// take all the data, the message is the same; its old content is gone by then, and what is there of
+// the new one stays.
 #pragma once
 
 #include <cstdio>
 
 #include <vorlane/platform/export.h>
+#include <vorlane/platform/file.h>
 
 class CImage;
 
@@ -38,6 +43,18 @@ VORLANE_API int write_pgm_image(const float* const* plane, const char* path, int
 // A gray image gives three equal samples a pixel; any other image_type is taken for colour.
 // Message: "write_ppm_image: Can't create file".
 VORLANE_API int write_ppm_image(const float* const* plane, const char* path, int nrows, int ncols,
+                                int image_type);
+
+// BMP: 8 bits a pixel with a colour table, or 24, as vorlane/bitmap/dib.h tells. A picture is gray
+// if red, green and blue are equal in every pixel, whatever its depth. Null after the message of
+// CDib::Read, or, with the sizes set and without a message, for another depth. Throws
+// CFileException if the file can't be opened or read.
+VORLANE_API float** read_bmp_image(const char* path, int* nrows, int* ncols, int* image_type);
+
+// Writes 8 bits a pixel with a table of grays if image_type is 0, else 24. Returns 1; 0, with no
+// file touched, if such a bitmap can't be or if memory is short. Throws CFileException if the file
+// can't be made, or doesn't take all the data; then what is there of it stays.
+VORLANE_API int write_bmp_image(const float* const* plane, const char* path, int nrows, int ncols,
                                 int image_type);
 
 // TQ, the library's own format: a header of four lines of text (TQ; rows and columns; pixel_format;
@@ -79,13 +96,14 @@ VORLANE_API int write_raw_image(const float* const* plane, const char* path, int
 
 // halvort: the header of a template, then a 16-bit number a sample, high byte first. The template
 // is a scanner file; all but its last 131072 bytes (256 x 256 samples) are its header, which is
-// copied as it is. Message: "write_raw_image: Can't create file". A template that can't be opened
-// gives 0 without one, and no file is touched.
+// copied as it is. Message: "write_raw_image: Can't create file", also if the file is the template
+// itself. A template that can't be read gives 0, without a message unless the file couldn't be
+// written either. In both cases nothing is touched.
 VORLANE_API int write_halvort_image(const float* const* plane, const char* path, int nrows,
                                     int ncols);
 
 // Sets the path of the template for all later files; null for the default, halvort-template in the
-// library's data folder. Not to be called while another thread writes.
+// library's data folder, which is found from where the library lies. Not to be called while another thread writes.
 VORLANE_API void SetHalvortTemplate(const char* path);
 
 // Reads data without a header, from byte `offset` of the file on, into a new image that the caller
@@ -99,8 +117,9 @@ VORLANE_API void SetHalvortTemplate(const char* path);
 // samples, then all green, then all blue ones; any other reads nothing and gives zeros.
 //
 // What is missing at the end repeats the last sample or byte, or, in swapped words, each missing
-// byte is 255. Null without a message: the file can't be opened, another type or gray format, a
-// size that isn't positive or that the file doesn't bear out, a negative offset.
+// byte is 255. Null without a message: the file can't be opened or read, another type or gray
+// format, a size that is negative or that the file doesn't bear out, a negative offset, memory is
+// short.
 VORLANE_API CImage* Raw2Img(const char* path, int nrows, int ncols, int image_type, int format,
                             int swap, int offset);
 

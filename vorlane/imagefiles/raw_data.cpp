@@ -5,10 +5,11 @@
 #include <iterator>
 #include <memory>
 
-#include <vorlane/bytes/input_file.h>
+#include <vorlane/bytes/gate.h>
 #include <vorlane/bytes/sample_rows.h>
 #include <vorlane/bytes/samples.h>
-#include <vorlane/image/image_parts.h>
+#include <vorlane/image/results.h>
+#include <vorlane/platform/system_files.h>
 
 namespace {
 
@@ -34,11 +35,11 @@ constexpr ByteOrder low = ByteOrder::low_first;
 constexpr ByteOrder high = ByteOrder::high_first;
 
 constexpr GrayFormat gray_formats[] = {
-    {1, 4, from_bytes, from_bytes},
-    {2, 7, decode<from_int12, low>, decode<from_int12, high>},
-    {2, 7, decode<from_int16, low>, decode<from_int16, high>},
-    {4, 5, decode<from_int32, low>, decode<from_int32, high>},
-    {4, 6, decode<from_float32, low>, decode<from_float32, high>},
+    {1, PixelFormat::byte, from_bytes, from_bytes},
+    {2, PixelFormat::int16, decode<from_int12, low>, decode<from_int12, high>},
+    {2, PixelFormat::int16, decode<from_int16, low>, decode<from_int16, high>},
+    {4, PixelFormat::int32, decode<from_int32, low>, decode<from_int32, high>},
+    {4, PixelFormat::float32, decode<from_float32, low>, decode<from_float32, high>},
 };
 
 constexpr int pixels_together = 0;
@@ -57,51 +58,53 @@ void read_planes(std::FILE* file, const CImage& image) {
     BlockReader reader(file);
     unsigned char last = 0;
     for (int channel = 0; channel < 3; ++channel) {
-        for (int i = 0; i < image.nrows; ++i) {
-            float* out = image.pixels[i] + channel;
-            float* const end = out + std::int64_t{3} * image.ncols;
-            while (out < end) {
-                const auto bytes = reader.take(static_cast<std::size_t>(end - out) / 3);
-                if (bytes.empty())
-                    break;
-                for (const unsigned char byte : bytes) {
-                    *out = byte;
-                    out += 3;
-                }
-                last = bytes.back();
-            }
-            for (; out < end; out += 3)
-                *out = last;
+        const auto put = [&](int i, std::size_t j, unsigned char byte) {
+            image.pixels[i][3 * j + static_cast<std::size_t>(channel)] = byte;
+        };
+        const auto cols = static_cast<std::size_t>(image.ncols);
+        auto [row, at] = read_unit_rows(
+            reader, image.nrows, cols, 1,
+            [&](int i, std::size_t j, std::size_t count, const unsigned char* bytes) {
+                for (std::size_t k = 0; k < count; ++k)
+                    put(i, j + k, bytes[k]);
+                last = bytes[count - 1];
+                return true;
+            });
+        for (; row < image.nrows; ++row, at = 0) {
+            for (; at < cols; ++at)
+                put(row, at, last);
         }
     }
+}
+
+std::unique_ptr<CImage> read_raw(const char* path, const Form& form, int format, bool swap,
+                                 int offset) {
+    const bool is_gray = form.image_type == ImageType::gray;
+    const GrayFormat& encoding = gray_formats[is_gray ? format : 0];
+    const FileHandle file(open_file(path, "rb"));
+    if (!file || !seek_to(file.get(), offset) ||
+        !header_is_believable(form.nrows, form.ncols, 1, channel_count(form.image_type),
+                              static_cast<std::int64_t>(encoding.unit), bytes_left(file.get())))
+        return nullptr;
+    auto image = make_image(form.as(encoding.pixel_format));
+    if (is_gray)
+        read_gray(file.get(), *image, encoding, swap);
+    else if (format == pixels_together)
+        read_sample_rows(file.get(), image->pixels, form.nrows, std::size_t{3} * form.ncols, 1,
+                         from_bytes);
+    else if (format == planes_apart)
+        read_planes(file.get(), *image);
+    return std::ferror(file.get()) ? nullptr : std::move(image);
 }
 
 } // namespace
 
 CImage* Raw2Img(const char* path, int nrows, int ncols, int image_type, int format, int swap,
                 int offset) {
-    const bool is_gray = image_type == 0;
-    if (image_type != 0 && image_type != 1)
+    const bool is_gray = image_type == ImageType::gray;
+    if (channel_count(image_type) == 0 ||
+        (is_gray && (format < 0 || format >= static_cast<int>(std::size(gray_formats)))))
         return nullptr;
-    if (is_gray && (format < 0 || format >= static_cast<int>(std::size(gray_formats))))
-        return nullptr;
-    const FileHandle file(open_file(path, "rb"));
-    if (!file || !seek_to(file.get(), offset))
-        return nullptr;
-    constexpr GrayFormat bytes = gray_formats[0];
-    const GrayFormat& encoding = is_gray ? gray_formats[format] : bytes;
-    if (!header_is_believable(nrows, ncols, 1, channel_count(image_type),
-                              static_cast<std::int64_t>(encoding.unit), bytes_left(file.get())))
-        return nullptr;
-    std::unique_ptr<CImage> image =
-        make_zero_image(nrows, ncols, image_type, 4, encoding.pixel_format);
-    if (!image)
-        return nullptr;
-    if (is_gray)
-        read_gray(file.get(), *image, encoding, swap != 0);
-    else if (format == pixels_together)
-        read_sample_rows(file.get(), image->pixels, nrows, std::size_t{3} * ncols, 1, from_bytes);
-    else if (format == planes_apart)
-        read_planes(file.get(), *image);
-    return image.release();
+    const Form form = {nrows, ncols, image_type, PixelFormat::none, FileFormat::tq};
+    return guarded([&] { return read_raw(path, form, format, swap != 0, offset); });
 }

@@ -3,12 +3,13 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
+#include <optional>
 #include <string>
+#include <vector>
 
-#include <vorlane/bytes/input_file.h>
 #include <vorlane/bytes/sample_rows.h>
 #include <vorlane/bytes/samples.h>
-#include <vorlane/image/failure.h>
+#include <vorlane/imagefiles/writing.h>
 
 namespace {
 
@@ -17,13 +18,18 @@ using namespace vorlane;
 constexpr const char* cant_create_velk = "write_velk_image: Can't create file";
 constexpr const char* cant_create_raw = "write_raw_image: Can't create file";
 
+constexpr std::int64_t template_pixels = 0x20000; // bytes at its end that aren't its header
+
+// What a host has set; empty for the default.
 std::string& halvort_template() {
-    static std::string path = VORLANE_HALVORT_TEMPLATE;
+    static std::string path;
     return path;
 }
 
-bool has_samples(int nrows, int ncols) {
-    return nrows > 0 && ncols > 0;
+// The default lies in the data folder beside the library, so that an installed tree can be moved.
+std::string default_template() {
+    const std::string path = path_from_library(VORLANE_HALVORT_TEMPLATE_FROM_LIBRARY);
+    return path.empty() ? VORLANE_HALVORT_TEMPLATE : path;
 }
 
 bool write_shorts(std::FILE* file, const float* const* plane, int nrows, int ncols) {
@@ -33,43 +39,24 @@ bool write_shorts(std::FILE* file, const float* const* plane, int nrows, int nco
                            });
 }
 
-// Copies the next `count` bytes; false if there aren't so many, or if they can't be written.
-bool copy_bytes(std::FILE* from, std::FILE* to, std::int64_t count) {
-    BlockReader reader(from);
-    while (count > 0) {
-        const auto bytes = reader.take(static_cast<std::size_t>(count));
-        if (bytes.empty() || std::fwrite(bytes.data(), 1, bytes.size(), to) < bytes.size())
-            return false;
-        count -= static_cast<std::int64_t>(bytes.size());
-    }
-    return true;
+// The header of a template, if it can be read.
+std::optional<std::vector<unsigned char>> read_template_header(std::FILE* file) {
+    std::vector<unsigned char> header(
+        static_cast<std::size_t>(std::max<std::int64_t>(bytes_left(file) - template_pixels, 0)));
+    if (std::fread(header.data(), 1, header.size(), file) < header.size())
+        return std::nullopt;
+    return header;
 }
 
-// Makes a file of what write(stream) puts into it; its result tells whether that was all.
-template<class Write>
-int write_file(const char* path, const char* cant_create, Write write) {
-    FileHandle file(open_file(path, "wb"));
-    const bool is_filled = file && write(file.get());
-    const bool is_whole = file && close_written(file) && is_filled;
-    if (!is_whole)
-        show_failure(cant_create);
-    return is_whole ? 1 : 0;
-}
-
-// True if the file could be made. It is left as it is.
-bool could_create(const char* path) {
-    const bool exists = FileHandle(open_file(path, "rb")) != nullptr;
-    if (!FileHandle(open_file(path, "ab")))
-        return false;
-    if (!exists)
-        std::remove(path);
-    return true;
+int refuse_raw() {
+    show_failure(cant_create_raw);
+    return 0;
 }
 
 } // namespace
 
 int write_velk_image(const float* const* plane, const char* path, int nrows, int ncols) {
-    if (!plane && has_samples(nrows, ncols))
+    if (lacks_samples(plane, nrows, ncols))
         return 0;
     return write_file(path, cant_create_velk, [&](std::FILE* file) {
         putshort(static_cast<short>(nrows), file);
@@ -81,7 +68,7 @@ int write_velk_image(const float* const* plane, const char* path, int nrows, int
 int write_raw_image(const float* const* plane, const char* path, int nrows, int ncols,
                     int pixel_format) {
     const std::size_t unit = sample_size(pixel_format);
-    if (!plane && unit > 0 && has_samples(nrows, ncols))
+    if (unit > 0 && lacks_samples(plane, nrows, ncols))
         return 0;
     return write_file(path, cant_create_raw, [&](std::FILE* file) {
         return unit == 0 ||
@@ -93,23 +80,24 @@ int write_raw_image(const float* const* plane, const char* path, int nrows, int 
 }
 
 void SetHalvortTemplate(const char* path) {
-    halvort_template() = path ? path : VORLANE_HALVORT_TEMPLATE;
+    guarded([&] { return halvort_template().assign(path ? path : ""), true; });
 }
 
 int write_halvort_image(const float* const* plane, const char* path, int nrows, int ncols) {
-    constexpr std::int64_t template_pixels = 0x20000;
-    if (!plane && has_samples(nrows, ncols))
+    if (lacks_samples(plane, nrows, ncols))
         return 0;
-    const FileHandle header(open_file(halvort_template().c_str(), "rb"));
-    if (!header) {
-        // The file comes first, so its failure is told first.
-        if (!could_create(path))
-            show_failure(cant_create_raw);
-        return 0;
-    }
-    const std::int64_t header_size = bytes_left(header.get()) - template_pixels;
-    return write_file(path, cant_create_raw, [&](std::FILE* file) {
-        return copy_bytes(header.get(), file, header_size) &&
-               write_shorts(file, plane, nrows, ncols);
+    return guarded([&] {
+        const std::string chosen = halvort_template();
+        const FileHandle source(
+            open_file((chosen.empty() ? default_template() : chosen).c_str(), "rb"));
+        const auto header = source ? read_template_header(source.get()) : std::nullopt;
+        if (!header) // the file comes first, so its failure is told first
+            return may_be_written(path) ? 0 : refuse_raw();
+        if (is_same_file(source.get(), path))
+            return refuse_raw();
+        return write_file(path, cant_create_raw, [&](std::FILE* file) {
+            return std::fwrite(header->data(), 1, header->size(), file) == header->size() &&
+                   write_shorts(file, plane, nrows, ncols);
+        });
     });
 }

@@ -3,16 +3,15 @@
 #include <cstdint>
 #include <cstring>
 
-#include <vorlane/bytes/input_file.h>
+#include <vorlane/bytes/gate.h>
 #include <vorlane/bytes/sample_rows.h>
 #include <vorlane/bytes/samples.h>
-#include <vorlane/image/failure.h>
-#include <vorlane/image/plane.h>
+#include <vorlane/imagefiles/reading.h>
 #include <vorlane/platform/string.h>
 
-namespace {
+namespace vorlane {
 
-using namespace vorlane;
+namespace {
 
 constexpr std::int64_t smallest_side = 8;
 constexpr std::int64_t sample_bytes = 2;
@@ -44,51 +43,56 @@ bool are_high_first(const unsigned char* bytes, std::size_t count) {
 // Reads 12-bit samples, high byte first; false as soon as one is none, or is missing.
 bool read_high_first(std::FILE* file, float* const* plane, int side) {
     BlockReader reader(file);
-    for (int i = 0; i < side; ++i) {
-        float* out = plane[i];
-        while (out < plane[i] + side) {
-            const auto wanted = static_cast<std::size_t>(plane[i] + side - out);
-            const auto bytes = reader.take(sample_bytes * wanted, sample_bytes);
-            const std::size_t count = bytes.size() / sample_bytes;
-            if (count == 0 || !are_high_first(bytes.data(), count))
-                return false;
-            from_int16(bytes.data(), out, count, ByteOrder::high_first);
-            out += count;
-        }
+    const auto end =
+        read_unit_rows(reader, side, static_cast<std::size_t>(side), sample_bytes,
+                       [&](int i, std::size_t j, std::size_t count, const unsigned char* bytes) {
+                           if (!are_high_first(bytes, count))
+                               return false;
+                           from_int16(bytes, plane[i] + j, count, ByteOrder::high_first);
+                           return true;
+                       });
+    return end.row == side;
+}
+
+void read_low_first(std::FILE* file, float* const* plane, int side) {
+    read_sample_rows(file, plane, side, static_cast<std::size_t>(side), sample_bytes,
+                     [](const unsigned char* bytes, float* samples, std::size_t count) {
+                         from_int12(bytes, samples, count, ByteOrder::low_first);
+                     });
+}
+
+void read_scanner_image(FileHandle& file, const char*, Picture& picture) {
+    const std::int64_t length = bytes_left(file.get());
+    if (length < bytes_of_side(smallest_side))
+        return;
+    const std::int64_t side = side_of_image(length);
+    const std::int64_t header = length - bytes_of_side(side);
+    if (!header_is_believable(side, side, 1, 1, sample_bytes, length) ||
+        !seek_to(file.get(), header))
+        return;
+    const int rows = static_cast<int>(side);
+    picture.plane = Plane(side, side);
+    if (!read_high_first(file.get(), picture.plane.get(), rows) && !std::ferror(file.get()) &&
+        seek_to(file.get(), header)) {
+        picture.plane = Plane(side, side); // zeros, if the file has become shorter
+        read_low_first(file.get(), picture.plane.get(), rows);
     }
-    return true;
+    picture.nrows = picture.ncols = rows;
 }
 
 } // namespace
 
+const ImageReader scanner_reader = {"read_senvoc_image: Can't open file", read_scanner_image};
+
+} // namespace vorlane
+
+using namespace vorlane;
+
 float** read_medical_image(const char* path, int* nrows, int* ncols) {
-    const FileHandle file(open_file(path, "rb"));
-    if (!file) {
-        show_failure("read_senvoc_image: Can't open file");
-        return nullptr;
-    }
-    const std::int64_t length = bytes_left(file.get());
-    if (length < bytes_of_side(smallest_side))
-        return nullptr;
-    const std::int64_t side = side_of_image(length);
-    const std::int64_t header = length - bytes_of_side(side);
-    if (!header_is_believable(side, side, 1, 1, sample_bytes, length))
-        return nullptr;
-    PlaneHandle plane(make_plane(side, side));
-    if (!plane)
-        return nullptr;
-    const int rows = static_cast<int>(side);
-    seek_to(file.get(), header);
-    if (!read_high_first(file.get(), plane.get(), rows)) {
-        seek_to(file.get(), header);
-        read_sample_rows(file.get(), plane.get(), rows, static_cast<std::size_t>(side),
-                         sample_bytes,
-                         [](const unsigned char* bytes, float* samples, std::size_t count) {
-                             from_int12(bytes, samples, count, ByteOrder::low_first);
-                         });
-    }
-    *nrows = *ncols = rows;
-    return plane.release();
+    Picture picture = read_named(path, scanner_reader);
+    store(picture.nrows, nrows);
+    store(picture.ncols, ncols);
+    return picture.plane.release();
 }
 
 int acr_nema(const char* text) {

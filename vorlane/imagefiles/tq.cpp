@@ -2,21 +2,21 @@
 
 #include <algorithm>
 
-#include <vorlane/bytes/input_file.h>
+#include <vorlane/bytes/gate.h>
 #include <vorlane/bytes/sample_rows.h>
 #include <vorlane/bytes/samples.h>
-#include <vorlane/image/failure.h>
-#include <vorlane/image/image_parts.h>
+#include <vorlane/bytes/text_lines.h>
+#include <vorlane/image/soundness.h>
 #include <vorlane/imagefiles/image_files.h>
+#include <vorlane/imagefiles/reading.h>
+#include <vorlane/imagefiles/writing.h>
 
 namespace vorlane {
 
 namespace {
 
-constexpr int byte_samples = 4;
-
 bool is_byte_colour(const TqHeader& header) {
-    return header.image_type == 1 && header.pixel_format == byte_samples;
+    return header.image_type == ImageType::colour && header.pixel_format == PixelFormat::byte;
 }
 
 } // namespace
@@ -47,16 +47,15 @@ void print_tq_movie_header(std::FILE* file, const TqHeader& header) {
 }
 
 std::size_t tq_pixel_size(int image_type, int pixel_format) {
-    if (image_type == 1)
-        return pixel_format == byte_samples ? 3 : 0;
-    return image_type == 0 ? sample_size(pixel_format) : 0;
+    if (image_type == ImageType::colour)
+        return pixel_format == PixelFormat::byte ? 3 : 0;
+    return image_type == ImageType::gray ? sample_size(pixel_format) : 0;
 }
 
 bool tq_header_is_believable(const TqHeader& header, std::int64_t available) {
-    return header_is_believable(header.nrows, header.ncols, 1,
-                                std::max(channel_count(header.image_type), 1),
-                                static_cast<std::int64_t>(sample_size(header.pixel_format)),
-                                available);
+    return header_is_believable(
+        header.nrows, header.ncols, 1, std::max(channel_count(header.image_type), 1),
+        static_cast<std::int64_t>(sample_size(header.pixel_format)), available);
 }
 
 void read_tq_frame(std::FILE* file, float* const* plane, const TqHeader& header, float last) {
@@ -84,58 +83,58 @@ bool write_tq_frame(std::FILE* file, const float* const* plane, const TqHeader& 
                            });
 }
 
+namespace {
+
+void read_tq_image(FileHandle& file, const char*, Picture& picture) {
+    constexpr int numbers = 4;
+    TqHeader header;
+    if (scan_tq_header(file.get(), header) < numbers)
+        return;
+    if (header.image_type == ImageType::colour && !is_byte_colour(header)) {
+        show_failure("A color image has to be in byte format");
+        return;
+    }
+    if (const int channels = channel_count(header.image_type)) {
+        if (!tq_header_is_believable(header, bytes_left(file.get())))
+            return;
+        picture.plane = Plane(header.nrows, std::int64_t{channels} * header.ncols);
+        read_tq_frame(file.get(), picture.plane.get(), header);
+    }
+    picture.nrows = header.nrows;
+    picture.ncols = header.ncols;
+    picture.image_type = header.image_type;
+    picture.pixel_format = header.pixel_format;
+}
+
+} // namespace
+
+const ImageReader tq_reader = {"read_tqf_image: Can't open file", read_tq_image};
+
 } // namespace vorlane
 
 using namespace vorlane;
 
 float** read_tqf_image(const char* path, int* nrows, int* ncols, int* image_type,
                        int* pixel_format) {
-    const FileHandle file(open_file(path, "rb"));
-    if (!file) {
-        show_failure("read_tqf_image: Can't open file");
-        return nullptr;
-    }
-    TqHeader header;
-    if (scan_tq_header(file.get(), header) < 4)
-        return nullptr;
-    if (header.image_type == 1 && !is_byte_colour(header)) {
-        show_failure("A color image has to be in byte format");
-        return nullptr;
-    }
-    PlaneHandle plane;
-    if (const int channels = channel_count(header.image_type)) {
-        if (!tq_header_is_believable(header, bytes_left(file.get())))
-            return nullptr;
-        plane.reset(make_plane(header.nrows, std::int64_t{channels} * header.ncols));
-        if (!plane)
-            return nullptr;
-        read_tq_frame(file.get(), plane.get(), header);
-    }
-    *nrows = header.nrows;
-    *ncols = header.ncols;
-    *image_type = header.image_type;
-    *pixel_format = header.pixel_format;
-    return plane.release();
+    Picture picture = read_named(path, tq_reader);
+    store(picture.nrows, nrows);
+    store(picture.ncols, ncols);
+    store(picture.image_type, image_type);
+    store(picture.pixel_format, pixel_format);
+    return picture.plane.release();
 }
 
 int write_tqf_image(const float* const* plane, const char* path, int nrows, int ncols,
                     int image_type, int pixel_format) {
     const TqHeader header = {nrows, ncols, 1, pixel_format, image_type};
-    if (image_type == 1 && !is_byte_colour(header)) {
+    if (image_type == ImageType::colour && !is_byte_colour(header)) {
         show_failure("write_tqf_image: A color image has to be in byte format");
         return 0;
     }
-    const bool has_samples = tq_pixel_size(image_type, pixel_format) > 0;
-    if (has_samples && !plane && nrows > 0 && ncols > 0)
+    if (tq_pixel_size(image_type, pixel_format) > 0 && lacks_samples(plane, nrows, ncols))
         return 0;
-    FileHandle file(open_file(path, "wb"));
-    bool is_written = file != nullptr;
-    if (file) {
-        print_tq_image_header(file.get(), header);
-        is_written = write_tq_frame(file.get(), plane, header);
-        is_written = close_written(file) && is_written;
-    }
-    if (!is_written)
-        show_failure("write_tqf_image: Can't create file");
-    return is_written ? 1 : 0;
+    return write_file(path, "write_tqf_image: Can't create file", [&](std::FILE* file) {
+        print_tq_image_header(file, header);
+        return write_tq_frame(file, plane, header);
+    });
 }

@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstdint>
 #include <system_error>
+#include <utility>
 
 #include <vorlane/platform/system_files.h>
 
@@ -29,6 +30,12 @@ CFile::CFile(const char* path, unsigned flags) : path_(path ? path : "") {
     stream_ = vorlane::open_file(path_.c_str(), stream_mode(flags));
     if (!stream_)
         fail("Can't open", path_, errno);
+}
+
+CFile::CFile(std::FILE* stream, std::string path) : stream_(stream), path_(std::move(path)) {}
+
+CFile vorlane::file_on(std::FILE* stream, const char* path) {
+    return CFile(stream, std::string(path ? path : ""));
 }
 
 CFile::~CFile() {

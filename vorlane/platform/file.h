@@ -16,13 +16,20 @@ public:
     ~CFileException() override;
 };
 
+class CFile;
+
+namespace vorlane {
+// A file that is open already, which it closes.
+CFile file_on(std::FILE* stream, const char* path);
+} // namespace vorlane
+
 class VORLANE_API CFile {
 public:
     enum OpenFlags : unsigned { modeRead = 0, modeWrite = 1, modeCreate = 4096 };
 
     // Opens the file: flags 0 for reading; 4097 (modeCreate and modeWrite) makes it, or empties it
     // if it exists, and opens it for writing; 1 alone writes into a file that exists. Throws
-    // CFileException if that fails, and for a folder.
+    // CFileException if that fails, for a folder, and for reading also if it isn't a plain file.
     CFile(const char* path, unsigned flags);
 
     // Closes the file, silently also when what was written last doesn't reach it: call Close to
@@ -49,6 +56,10 @@ public:
     void Close();
 
 private:
+    friend CFile vorlane::file_on(std::FILE* stream, const char* path);
+
+    CFile(std::FILE* stream, std::string path);
+
     std::FILE* stream_ = nullptr;
     std::string path_;
 };

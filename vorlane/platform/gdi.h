@@ -135,8 +135,10 @@ VORLANE_API unsigned GetSystemPaletteEntries(HDC device, unsigned first, unsigne
 // many of these changed. Pixels that are drawn already show the new colours.
 VORLANE_API unsigned RealizePalette(HDC device);
 
-// Draws a rectangle of a bitmap of 8 or 24 bits, without compression, stretched into the rectangle
-// between (x, y) and (x + w, y + h). Each pixel takes the nearest source pixel; a negative w or h
+// Draws a rectangle of a bitmap stretched into the rectangle between (x, y) and (x + w, y + h). The
+// bitmap has 1, 4 or 8 bits (indices), 16 (5 bits a colour), 24 or 32 (8 bits a colour, blue
+// first), without compression; with biCompression 3 or 6 masks behind the first 40 bytes tell where
+// the colours lie in 16 or 32 bits, and each becomes the nearest of 256 levels. Each pixel takes the nearest source pixel; a negative w or h
 // mirrors; what lies outside the device or the bitmap is left out. (source_x, source_y) is the left
 // bottom corner of the source rectangle, counted from the left bottom of the picture (the left top,
 // if the top row comes first). Rows of the pixel block are biSizeImage / biHeight bytes apart, or,

@@ -1,4 +1,6 @@
 #include <algorithm>
+#include <array>
+#include <bit>
 #include <cstdint>
 #include <cstring>
 #include <functional>
@@ -96,17 +98,76 @@ private:
     std::array<Known, 1024> known_{};
 };
 
-// The colours of an 8-bit bitmap; black beyond its table.
+// The colours of a bitmap of indices; black beyond its table.
 std::array<Colour, 256> colours_of(const BITMAPINFO* info) {
     std::array<Colour, 256> colours{};
     const std::uint32_t used = info->bmiHeader.biClrUsed;
-    const std::size_t count = used == 0 ? 256 : std::min<std::size_t>(used, 256);
+    const std::uint32_t most = 1u << info->bmiHeader.biBitCount;
+    const std::size_t count = used == 0 ? most : std::min(used, most);
     for (std::size_t k = 0; k < count; ++k) {
         const RGBQUAD entry = table_entry(info, static_cast<std::int64_t>(k));
         colours[k] = {entry.rgbRed, entry.rgbGreen, entry.rgbBlue};
     }
     return colours;
 }
+
+// The index at a column; the first pixel of a byte has its highest bits.
+template<int depth>
+unsigned char index_at(const unsigned char* source, int column) {
+    constexpr int in_byte = 8 / depth;
+    const int shift = 8 - depth - column % in_byte * depth;
+    return static_cast<unsigned char>(source[column / in_byte] >> shift & ((1 << depth) - 1));
+}
+
+// One channel of a pixel of 16 or 32 bits.
+class Channel {
+public:
+    explicit Channel(std::uint32_t mask)
+        : shift_(mask == 0 ? 0 : std::countr_zero(mask)), largest_(mask >> shift_) {}
+
+    // As a byte, rounded to the nearest.
+    unsigned char of(std::uint32_t pixel) const {
+        if (largest_ == 0)
+            return 0;
+        const std::uint64_t value = pixel >> shift_ & largest_;
+        return static_cast<unsigned char>((value * 255 + largest_ / 2) / largest_);
+    }
+
+private:
+    int shift_;
+    std::uint32_t largest_;
+};
+
+// Where red, green and blue lie in a pixel of `Pixel`: where the masks say, or else in 5 bits each
+// of 16 or in 8 of 32, blue lowest.
+template<class Pixel>
+class PackedColours {
+public:
+    explicit PackedColours(const BITMAPINFO* info) : PackedColours(masks_of(info)) {}
+
+    Colour operator()(const unsigned char* source, int column) const {
+        Pixel pixel;
+        std::memcpy(&pixel, source + sizeof pixel * static_cast<std::size_t>(column), sizeof pixel);
+        return {red_.of(pixel), green_.of(pixel), blue_.of(pixel)};
+    }
+
+private:
+    explicit PackedColours(const std::array<std::uint32_t, 3>& masks)
+        : red_(masks[0]), green_(masks[1]), blue_(masks[2]) {}
+
+    static std::array<std::uint32_t, 3> masks_of(const BITMAPINFO* info) {
+        std::array<std::uint32_t, 3> masks{};
+        if (info->bmiHeader.biCompression != 0)
+            std::memcpy(masks.data(), reinterpret_cast<const unsigned char*>(info) + plain_header,
+                        sizeof masks);
+        if (masks == std::array<std::uint32_t, 3>{})
+            masks = sizeof(Pixel) == 2 ? std::array<std::uint32_t, 3>{0x7C00, 0x3E0, 0x1F}
+                                       : std::array<std::uint32_t, 3>{0xFF0000, 0xFF00, 0xFF};
+        return masks;
+    }
+
+    Channel red_, green_, blue_;
+};
 
 // Draws one row of the device: put(out, source row, source column) sets a pixel.
 template<class Put>
@@ -143,6 +204,24 @@ Colour colour_at(const unsigned char* source, int column) {
     return {pixel[2], pixel[1], pixel[0]};
 }
 
+bool can_be_drawn(const BITMAPINFOHEADER& header) {
+    if (header.biWidth < 1 || header.biHeight == 0)
+        return false;
+    switch (header.biBitCount) {
+    case 1:
+    case 4:
+    case 8:
+    case 24:
+        return header.biCompression == 0;
+    case 16:
+    case 32:
+        return header.biCompression == 0 || header.biCompression == BitMasks::three ||
+               header.biCompression == BitMasks::four;
+    default:
+        return false;
+    }
+}
+
 } // namespace
 
 int StretchDIBits(HDC device, int x, int y, int w, int h, int source_x, int source_y, int source_w,
@@ -155,8 +234,7 @@ int StretchDIBits(HDC device, int x, int y, int w, int h, int source_x, int sour
         return 0;
     const BITMAPINFOHEADER& header = info->bmiHeader;
     const int depth = header.biBitCount;
-    if ((depth != 8 && depth != 24) || header.biCompression != 0 || header.biWidth < 1 ||
-        header.biHeight == 0)
+    if (!can_be_drawn(header))
         return 0;
     const bool bottom_up = header.biHeight > 0;
     const std::int64_t height = std::abs(std::int64_t{header.biHeight});
@@ -178,27 +256,50 @@ int StretchDIBits(HDC device, int x, int y, int w, int h, int source_x, int sour
                   row_pitch(header), columns.get(), put);
     };
     NearestColour nearest(device->hardware);
-    if (depth == 8) {
+    const auto draw_indices = [&](auto index) {
         const std::array<Colour, 256> colours = colours_of(info);
         if (device->has_palette()) {
             std::array<unsigned char, 256> indices;
             std::transform(colours.begin(), colours.end(), indices.begin(), std::ref(nearest));
             draw([&](unsigned char* out, const unsigned char* source, int column) {
-                *out = indices[source[column]];
+                *out = indices[index(source, column)];
             });
         } else {
             draw([&](unsigned char* out, const unsigned char* source, int column) {
-                put_colour(out, colours[source[column]]);
+                put_colour(out, colours[index(source, column)]);
             });
         }
-    } else if (device->has_palette()) {
-        draw([&](unsigned char* out, const unsigned char* source, int column) {
-            *out = nearest(colour_at(source, column));
-        });
-    } else {
-        draw([](unsigned char* out, const unsigned char* source, int column) {
-            put_colour(out, colour_at(source, column));
-        });
+    };
+    const auto draw_colours = [&](auto colour) {
+        if (device->has_palette()) {
+            draw([&](unsigned char* out, const unsigned char* source, int column) {
+                *out = nearest(colour(source, column));
+            });
+        } else {
+            draw([&](unsigned char* out, const unsigned char* source, int column) {
+                put_colour(out, colour(source, column));
+            });
+        }
+    };
+    switch (depth) {
+    case 1:
+        draw_indices(index_at<1>);
+        break;
+    case 4:
+        draw_indices(index_at<4>);
+        break;
+    case 8:
+        draw_indices(index_at<8>);
+        break;
+    case 16:
+        draw_colours(PackedColours<std::uint16_t>(info));
+        break;
+    case 24:
+        draw_colours(colour_at);
+        break;
+    default:
+        draw_colours(PackedColours<std::uint32_t>(info));
+        break;
     }
     return source_h;
 }
