@@ -1,7 +1,7 @@
 # Outside libraries that hosts, tests and benchmarks use. Each is found, or what needs it is left out with one
 # line that names the Debian package which brings it.
 #
-#   vorlane_optional(CLI11 WHAT "the command-line program" DEBIAN libcli11-dev)
+#   vorlane_optional(PNG WHAT "PNG pictures" DEBIAN libpng-dev)
 #   vorlane_optional(OpenCV WHAT ... DEBIAN ... ARGUMENTS COMPONENTS core imgproc)  more words for find_package
 #   vorlane_optional(FFMPEG WHAT ... DEBIAN ... MODULES libavformat libavcodec)     by pkg-config:
 #                                                                       the target PkgConfig::FFMPEG

@@ -20,10 +20,10 @@ need_packages() {
     }
 }
 
-# What every build needs: compiler, CMake, Ninja, the library of the program's command line, and those behind the
+# What every build needs: compiler, CMake, Ninja, and the libraries behind the
 # formats of pictures, movies and volumes.
 need_build_packages() {
-    need_packages g++ cmake ninja-build pkg-config libcli11-dev libpng-dev libjpeg62-turbo-dev libtiff-dev \
+    need_packages g++ cmake ninja-build pkg-config libpng-dev libjpeg62-turbo-dev libtiff-dev \
         libavformat-dev libavcodec-dev libswscale-dev libavutil-dev libdcmtk-dev
 }
 

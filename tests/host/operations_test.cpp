@@ -2,7 +2,9 @@
 // memory, chains.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
+#include <cmath>
 #include <cstring>
 #include <functional>
 #include <set>
@@ -112,6 +114,105 @@ TEST(Operations, RefuseWithNameAndLimit) {
                                 {arguments_of("", "edges"), "empty"});
               }),
               "the picture has no pixels");
+}
+
+Result run(const std::string& chain, ImagePtr image) {
+    return Chain::parse(chain).run(std::move(image), "picture", nullptr);
+}
+
+ImagePtr flat(int rows, int cols, float value) {
+    auto image = std::make_unique<CImage>(rows, cols, 0, 0, 4);
+    for (int i = 0; i < rows; ++i)
+        std::fill_n(image->pixels[i], cols, value);
+    return image;
+}
+
+// A slope of 2 a column: 8 * 2 inside, half of that on the border, where one side is continued.
+TEST(Operations, SobelReachesTheBorder) {
+    ImagePtr image = flat(6, 9, 0.0f);
+    for (int i = 0; i < 6; ++i)
+        for (int j = 0; j < 9; ++j)
+            image->pixels[i][j] = 2.0f * static_cast<float>(j);
+    const auto natural = run("filter sobel", std::make_unique<CImage>(*image)).image;
+    const auto plain = run("filter sobel --plain", std::make_unique<CImage>(*image)).image;
+    EXPECT_EQ(natural->pixels[3][4], 16.0f);
+    EXPECT_EQ(natural->pixels[0][4], 16.0f);
+    EXPECT_EQ(natural->pixels[5][8], 8.0f);
+    EXPECT_EQ(plain->pixels[3][4], 16.0f);
+    EXPECT_EQ(plain->pixels[0][4], 0.0f);
+}
+
+TEST(Operations, ACircleHoldsItsFill) {
+    const std::string circle = "draw circle --at 150 150 --radius 120 --value 200";
+    const std::string fill = " | draw fill --at 150 150 --value 90 --boundary 200";
+    EXPECT_EQ(run(circle + fill, flat(300, 300, 0.0f)).image->pixels[0][0], 0.0f);
+    EXPECT_EQ(run(circle + " --plain" + fill, flat(300, 300, 0.0f)).image->pixels[0][0], 90.0f)
+        << "the library's own has gaps";
+}
+
+TEST(Operations, NoiseHasItsDeviationAndItsSeed) {
+    const auto a = run("filter noise --sigma 8 --seed 5", flat(200, 201, 100.0f)).image;
+    const auto b = run("filter noise --sigma 8 --seed 5", flat(200, 201, 100.0f)).image;
+    const auto c = run("filter noise --sigma 8 --seed 6", flat(200, 201, 100.0f)).image;
+    double sum = 0.0;
+    double squares = 0.0;
+    int differences = 0;
+    for (int i = 0; i < 200; ++i) {
+        for (int j = 0; j < 201; ++j) {
+            const double noise = a->pixels[i][j] - 100.0;
+            sum += noise;
+            squares += noise * noise;
+            ASSERT_EQ(a->pixels[i][j], b->pixels[i][j]);
+            differences += a->pixels[i][j] != c->pixels[i][j];
+        }
+    }
+    EXPECT_NEAR(sum / 40200, 0.0, 0.15);
+    EXPECT_NEAR(squares / 40200, 64.0, 2.0);
+    EXPECT_GT(differences, 40000);
+}
+
+// A difference of 1 everywhere: 20 log10 255 dB.
+TEST(Operations, ComparisonsCount) {
+    Arguments arguments = arguments_of("", "compare");
+    arguments.set_picture("B", std::shared_ptr<const CImage>(flat(10, 12, 41.0f)));
+    const auto compared = [&](ImagePtr image) {
+        return run_operation(*find_operation("", "compare"), std::move(image), {arguments, "a"});
+    };
+    Result result = compared(flat(10, 12, 40.0f));
+    EXPECT_EQ(result.status, 1);
+    EXPECT_NE(result.text.find("largest difference 1 at row 0, column 0; mean 1"),
+              std::string::npos);
+    EXPECT_NE(result.text.find("PSNR 48.13 dB"), std::string::npos) << result.text;
+    ImagePtr image = flat(10, 12, 41.0f);
+    EXPECT_EQ(compared(std::make_unique<CImage>(*image)).text, "equal\n");
+    image->pixels[7][3] = NAN;
+    result = compared(std::make_unique<CImage>(*image));
+    EXPECT_NE(result.text.find("at row 7, column 3"), std::string::npos) << result.text;
+    arguments.set("tolerance", "1");
+    EXPECT_EQ(compared(flat(10, 12, 40.0f)).status, 0);
+    EXPECT_NE(message_of([&] { compared(flat(10, 11, 41.0f)); }), "");
+}
+
+// Marks turn red and nothing else changes; the window maps its ends to 0 and 255.
+TEST(Operations, ValuesStayWhatTheyAre) {
+    Arguments arguments = arguments_of("math", "superpose");
+    ImagePtr marks = flat(4, 5, 0.0f);
+    marks->pixels[2][1] = 3.0f;
+    arguments.set_picture("B", std::shared_ptr<const CImage>(std::move(marks)));
+    const Result marked =
+        run_operation(*find_operation("math", "superpose"), flat(4, 5, 77.0f), {arguments, "a"});
+    EXPECT_EQ(marked.image->pixels[2][3], 255.0f);
+    EXPECT_EQ(marked.image->pixels[2][4], 0.0f);
+    EXPECT_EQ(marked.image->pixels[2][0], 77.0f);
+    EXPECT_EQ(marked.image->pixels[3][14], 77.0f);
+    ImagePtr values = flat(1, 4, 0.0f);
+    for (int j = 0; j < 4; ++j)
+        values->pixels[0][j] = static_cast<float>(j - 1) * 50.0f;
+    const auto shown = run("convert --window 50 100", std::move(values)).image;
+    EXPECT_EQ(shown->pixels[0][0], 0.0f);
+    EXPECT_EQ(shown->pixels[0][1], 0.0f);
+    EXPECT_EQ(shown->pixels[0][2], 128.0f);
+    EXPECT_EQ(shown->pixels[0][3], 255.0f);
 }
 
 TEST(Chains, AreParsedMarkedAndTypedAgain) {
