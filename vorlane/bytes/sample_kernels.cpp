@@ -37,63 +37,76 @@ struct Windowed {
     static M64 fits(F64 a) { return absolute(a) < all_lanes(2147483648.0); }
 };
 
-// Calls put(k, low 32 bits of the whole number of sample k).
-template<class Value, class Put>
-inline void convert(const Value& value, const float* samples, size_t n, const Put& put) {
+// The whole numbers of a block, if all of them fit 32 bits.
+template<class Value>
+inline bool truncate_block(const Value& value, const float* samples, int32_t* whole) {
     constexpr size_t lanes = Value::Lanes::count;
-    const auto one_by_one = [&](size_t from, size_t to) {
-        for (size_t k = from; k < to; ++k)
-            put(k, static_cast<int32_t>(to_whole(value.value_of(samples[k]))));
-    };
-    size_t k = 0;
-    for (; k + block <= n; k += block) {
-        int32_t whole[block];
-        auto fit = Value::fits(value.lanes_at(samples + k));
-        for (size_t b = 0; b < block; b += lanes) {
-            const auto numbers = value.lanes_at(samples + k + b);
-            fit = fit & Value::fits(numbers);
-            store_truncated(whole + b, numbers);
-        }
-        if (!all_set(fit)) {
-            one_by_one(k, k + block);
-            continue;
-        }
-        for (size_t b = 0; b < block; ++b)
-            put(k + b, whole[b]);
+    const auto first = value.lanes_at(samples);
+    auto fit = Value::fits(first);
+    store_truncated(whole, first);
+    for (size_t k = lanes; k < block; k += lanes) {
+        const auto numbers = value.lanes_at(samples + k);
+        fit = fit & Value::fits(numbers);
+        store_truncated(whole + k, numbers);
     }
-    one_by_one(k, n);
+    return all_set(fit);
 }
 
-inline uint16_t reversed(uint16_t word) {
-    return static_cast<uint16_t>(word << 8 | word >> 8);
+// Writes `size` bytes for each sample: write(to, whole) for the whole numbers of a block; the last
+// block overlaps the one before.
+template<size_t size, class Value, class Write>
+inline void convert(const Value& value, const float* samples, size_t n, unsigned char* bytes,
+                    const Write& write) {
+    const auto one_by_one = [&](const float* from, size_t count, int32_t* whole) {
+        for (size_t k = 0; k < count; ++k)
+            whole[k] = static_cast<int32_t>(to_whole(value.value_of(from[k])));
+    };
+    if (n < block) {
+        int32_t whole[block] = {};
+        unsigned char written[size * block];
+        one_by_one(samples, n, whole);
+        write(written, whole);
+        __builtin_memcpy(bytes, written, size * n);
+        return;
+    }
+    for (size_t begin = 0; begin < n; begin += block) {
+        const size_t k = begin + block <= n ? begin : n - block;
+        int32_t whole[block];
+        if (!truncate_block(value, samples + k, whole))
+            one_by_one(samples + k, block, whole);
+        write(bytes + size * k, whole);
+    }
 }
 
 void to_bytes(const float* samples, unsigned char* bytes, size_t n) {
-    convert(Sample{}, samples, n,
-            [=](size_t k, int32_t whole) { bytes[k] = static_cast<unsigned char>(whole); });
+    convert<1>(Sample{}, samples, n, bytes,
+               [](unsigned char* to, auto& whole) { store_low_bytes(to, whole); });
 }
 
 void to_int16(const float* samples, unsigned char* bytes, size_t n) {
-    convert(Sample{}, samples, n,
-            [=](size_t k, int32_t whole) { __builtin_memcpy(bytes + 2 * k, &whole, 2); });
+    convert<2>(Sample{}, samples, n, bytes,
+               [](unsigned char* to, auto& whole) { store_low_words(to, whole); });
 }
 
 void to_int16_high_first(const float* samples, unsigned char* bytes, size_t n) {
-    convert(Sample{}, samples, n, [=](size_t k, int32_t whole) {
-        const uint16_t word = reversed(static_cast<uint16_t>(whole));
-        __builtin_memcpy(bytes + 2 * k, &word, 2);
+    convert<2>(Sample{}, samples, n, bytes, [](unsigned char* to, auto& whole) {
+        for (size_t k = 0; k < block; ++k) {
+            const auto low = static_cast<uint16_t>(whole[k]);
+            const auto word = static_cast<uint16_t>(low << 8 | low >> 8);
+            __builtin_memcpy(to + 2 * k, &word, 2);
+        }
     });
 }
 
 void to_int32(const float* samples, unsigned char* bytes, size_t n) {
-    convert(Sample{}, samples, n,
-            [=](size_t k, int32_t whole) { __builtin_memcpy(bytes + 4 * k, &whole, 4); });
+    convert<4>(Sample{}, samples, n, bytes,
+               [](unsigned char* to, auto& whole) { __builtin_memcpy(to, whole, sizeof whole); });
 }
 
 void to_windowed_bytes(const float* samples, unsigned char* bytes, size_t n, double lo,
                        double width) {
-    convert(Windowed{lo, width}, samples, n,
-            [=](size_t k, int32_t whole) { bytes[k] = static_cast<unsigned char>(whole); });
+    convert<1>(Windowed{lo, width}, samples, n, bytes,
+               [](unsigned char* to, auto& whole) { store_low_bytes(to, whole); });
 }
 
 } // namespace

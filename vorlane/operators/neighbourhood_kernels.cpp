@@ -70,7 +70,9 @@ void weighted_mean(const WindowRows& window, float* to, size_t n) {
         weighted_means<group>(window, to, j);
     for (; j + F64::count <= n; j += F64::count)
         weighted_means<1>(window, to, j);
-    if (j < n)
+    if (j < n && n >= F64::count)
+        weighted_means<1>(window, to, n - F64::count); // some of them again
+    else if (j < n)
         weighted_means<0>(window, to, j, n - j);
 }
 

@@ -38,6 +38,8 @@
 //   round_and_store(p, a)       the same; gives what it has stored, as doubles
 //   store_floats_times(p, a, f) F64 rounded to floats, which are multiplied as floats by f
 //   store_truncated(p, a)       F64 or F32 as 32-bit integers, truncated; any integer where it doesn't fit
+//   store_low_bytes(p, whole)   the low 8 bits of 32 integers, whatever the number of lanes
+//   store_low_words(p, whole)   the low 16 bits of them, the low byte first
 //
 // Names stand in an unnamed namespace: every kernel file has its own. It includes no other code: an
 // inline function that the linker may take from a file compiled for AVX-512 would end an older

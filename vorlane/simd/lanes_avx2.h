@@ -212,4 +212,27 @@ inline void store_truncated(std::int32_t* p, F32 a) {
     _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), _mm256_cvttps_epi32(a.v));
 }
 
+inline void store_low_bytes(unsigned char* p, const std::int32_t (&whole)[32]) {
+    const auto low_bytes = [&](int k) {
+        const auto* const eight = reinterpret_cast<const __m256i*>(whole + k);
+        return _mm256_and_si256(_mm256_loadu_si256(eight), _mm256_set1_epi32(0xFF));
+    };
+    const __m256i first = _mm256_packs_epi32(low_bytes(0), low_bytes(8));
+    const __m256i second = _mm256_packs_epi32(low_bytes(16), low_bytes(24));
+    const __m256i in_order = _mm256_permutevar8x32_epi32(_mm256_packus_epi16(first, second),
+                                                         _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), in_order);
+}
+inline void store_low_words(unsigned char* p, const std::int32_t (&whole)[32]) {
+    const auto low_words = [&](int k) {
+        const auto* const eight = reinterpret_cast<const __m256i*>(whole + k);
+        return _mm256_and_si256(_mm256_loadu_si256(eight), _mm256_set1_epi32(0xFFFF));
+    };
+    for (int k = 0; k < 32; k += 16) {
+        const __m256i halves = _mm256_packus_epi32(low_words(k), low_words(k + 8));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(p + 2 * k),
+                            _mm256_permute4x64_epi64(halves, 0xD8));
+    }
+}
+
 } // namespace

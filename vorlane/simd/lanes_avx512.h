@@ -217,4 +217,15 @@ inline void store_truncated(std::int32_t* p, F32 a) {
     _mm512_storeu_si512(p, _mm512_cvttps_epi32(a.v));
 }
 
+inline void store_low_bytes(unsigned char* p, const std::int32_t (&whole)[32]) {
+    for (int k = 0; k < 32; k += 16)
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(p + k),
+                         _mm512_cvtepi32_epi8(_mm512_loadu_si512(whole + k)));
+}
+inline void store_low_words(unsigned char* p, const std::int32_t (&whole)[32]) {
+    for (int k = 0; k < 32; k += 16)
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(p + 2 * k),
+                            _mm512_cvtepi32_epi16(_mm512_loadu_si512(whole + k)));
+}
+
 } // namespace

@@ -185,4 +185,15 @@ inline void store_truncated(std::int32_t* p, F32 a) {
     p[1] = static_cast<std::int32_t>(a.high);
 }
 
+inline void store_low_bytes(unsigned char* p, const std::int32_t (&whole)[32]) {
+    for (int k = 0; k < 32; ++k)
+        p[k] = static_cast<unsigned char>(whole[k]);
+}
+inline void store_low_words(unsigned char* p, const std::int32_t (&whole)[32]) {
+    for (int k = 0; k < 32; ++k) {
+        const auto word = static_cast<std::uint16_t>(whole[k]);
+        __builtin_memcpy(p + 2 * k, &word, 2);
+    }
+}
+
 } // namespace

@@ -191,4 +191,25 @@ inline void store_truncated(std::int32_t* p, F32 a) {
     _mm_storeu_si128(reinterpret_cast<__m128i*>(p), _mm_cvttps_epi32(a.v));
 }
 
+inline void store_low_bytes(unsigned char* p, const std::int32_t (&whole)[32]) {
+    const auto low_bytes = [&](int k) {
+        const auto* const four = reinterpret_cast<const __m128i*>(whole + k);
+        return _mm_and_si128(_mm_loadu_si128(four), _mm_set1_epi32(0xFF));
+    };
+    for (int k = 0; k < 32; k += 16) {
+        const __m128i first = _mm_packs_epi32(low_bytes(k), low_bytes(k + 4));
+        const __m128i second = _mm_packs_epi32(low_bytes(k + 8), low_bytes(k + 12));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(p + k), _mm_packus_epi16(first, second));
+    }
+}
+inline void store_low_words(unsigned char* p, const std::int32_t (&whole)[32]) {
+    const auto low_words = [&](int k) { // with their own sign, so that packing keeps them
+        const auto* const four = reinterpret_cast<const __m128i*>(whole + k);
+        return _mm_srai_epi32(_mm_slli_epi32(_mm_loadu_si128(four), 16), 16);
+    };
+    for (int k = 0; k < 32; k += 8)
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(p + 2 * k),
+                         _mm_packs_epi32(low_words(k), low_words(k + 4)));
+}
+
 } // namespace
