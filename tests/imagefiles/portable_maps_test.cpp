@@ -8,8 +8,8 @@
 #include <support/messages.h>
 #include <support/pictures.h>
 #include <support/scratch_folder.h>
-#include <vorlane/bytes/input_file.h>
 #include <vorlane/imagefiles/image_files.h>
+#include <vorlane/platform/system_files.h>
 
 namespace {
 

@@ -4,9 +4,12 @@
 #include <gtest/gtest.h>
 
 #include <support/scratch_folder.h>
-#include <vorlane/bytes/input_file.h>
+#include <vorlane/bytes/blocks.h>
+#include <vorlane/bytes/gate.h>
+#include <vorlane/bytes/text_lines.h>
 #include <vorlane/platform/file.h>
 #include <vorlane/platform/string.h>
+#include <vorlane/platform/system_files.h>
 
 namespace {
 

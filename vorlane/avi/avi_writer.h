@@ -6,8 +6,8 @@
 #include <cstdio>
 #include <vector>
 
-#include <vorlane/bytes/input_file.h>
 #include <vorlane/platform/avifile.h>
+#include <vorlane/platform/system_files.h>
 
 namespace vorlane {
 

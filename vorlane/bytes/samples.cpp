@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include <vorlane/bytes/sample_kernels.h>
+#include <vorlane/image/codes.h>
 
 namespace vorlane {
 
@@ -87,12 +88,12 @@ void from_float32(const unsigned char* bytes, float* samples, std::size_t count,
 
 std::size_t sample_size(int pixel_format) {
     switch (pixel_format) {
-    case 4:
+    case PixelFormat::byte:
         return 1;
-    case 5:
-    case 6:
+    case PixelFormat::int32:
+    case PixelFormat::float32:
         return 4;
-    case 7:
+    case PixelFormat::int16:
         return 2;
     default:
         return 0;
@@ -102,14 +103,14 @@ std::size_t sample_size(int pixel_format) {
 void encode_samples(int pixel_format, const float* samples, unsigned char* bytes,
                     std::size_t count) {
     switch (pixel_format) {
-    case 4:
+    case PixelFormat::byte:
         return to_bytes(samples, bytes, count);
-    case 5:
+    case PixelFormat::int32:
         return to_int32(samples, bytes, count);
-    case 6:
+    case PixelFormat::float32:
         std::memcpy(bytes, samples, count * sizeof(float));
         return;
-    case 7:
+    case PixelFormat::int16:
         return to_int16(samples, bytes, count, ByteOrder::low_first);
     default:
         return;
@@ -119,13 +120,13 @@ void encode_samples(int pixel_format, const float* samples, unsigned char* bytes
 void decode_samples(int pixel_format, const unsigned char* bytes, float* samples,
                     std::size_t count) {
     switch (pixel_format) {
-    case 4:
+    case PixelFormat::byte:
         return from_bytes(bytes, samples, count);
-    case 5:
+    case PixelFormat::int32:
         return from_int32(bytes, samples, count, ByteOrder::low_first);
-    case 6:
+    case PixelFormat::float32:
         return from_float32(bytes, samples, count, ByteOrder::low_first);
-    case 7:
+    case PixelFormat::int16:
         return from_int16(bytes, samples, count, ByteOrder::low_first);
     default:
         return;

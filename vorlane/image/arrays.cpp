@@ -10,12 +10,8 @@
 #include <utility>
 
 #include <vorlane/image/plane.h>
+#include <vorlane/platform/system_memory.h>
 #include <vorlane/simd/widest_lanes.h>
-
-#if defined(__unix__) || defined(__APPLE__)
-#include <sys/mman.h>
-#include <unistd.h>
-#endif
 
 namespace vorlane {
 
@@ -44,35 +40,11 @@ const PlaneHeader* header_of(const float* const* plane) {
     return reinterpret_cast<const PlaneHeader*>(plane) - 1;
 }
 
-// The machine's memory in bytes; the system may promise more than it has.
-std::uint64_t machine_memory() {
-#if defined(_SC_PHYS_PAGES) && defined(_SC_PAGESIZE)
-    static const std::uint64_t memory = static_cast<std::uint64_t>(sysconf(_SC_PHYS_PAGES)) *
-                                        static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
-    return memory;
-#else
-    return std::numeric_limits<std::size_t>::max() / 2;
-#endif
-}
-
 // Bytes from one row to the next. An odd number of cache lines, so that a walk down a column
 // doesn't hit the same few sets of the cache again and again.
 std::uint64_t row_pitch(std::uint64_t cols) {
     const std::uint64_t lines = (cols * sizeof(float) + cache_line - 1) / cache_line;
     return (lines > 8 ? lines | 1 : lines) * cache_line;
-}
-
-// A large block costs a page fault for each page that is touched; ask for large pages.
-void prefer_large_pages([[maybe_unused]] void* block, [[maybe_unused]] std::size_t size) {
-#if defined(__linux__) && defined(MADV_HUGEPAGE)
-    constexpr std::size_t large_page = std::size_t{2} << 20;
-    if (size < 2 * large_page)
-        return;
-    static const auto page = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
-    const auto begin = (reinterpret_cast<std::uintptr_t>(block) + page - 1) / page * page;
-    const auto end = (reinterpret_cast<std::uintptr_t>(block) + size) / page * page;
-    madvise(reinterpret_cast<void*>(begin), end - begin, MADV_HUGEPAGE); // only a hint
-#endif
 }
 
 // Bytes of a plane with its table, or 0 if it can't be.

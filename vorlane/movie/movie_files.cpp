@@ -9,13 +9,8 @@
 #include <string>
 #include <utility>
 
-#include <vorlane/bytes/input_file.h>
 #include <vorlane/image/guard.h>
-
-#if defined(__unix__) || defined(__APPLE__)
-#include <sys/stat.h>
-#include <unistd.h>
-#endif
+#include <vorlane/platform/system_files.h>
 
 namespace vorlane {
 
@@ -23,31 +18,6 @@ namespace {
 
 constexpr auto private_file =
     std::filesystem::perms::owner_read | std::filesystem::perms::owner_write;
-
-// A folder for this user alone: others can neither read a movie nor put a file of theirs under its
-// name. Empty if it can't be had.
-std::string private_folder() {
-    std::error_code error;
-    const std::filesystem::path shared = std::filesystem::temp_directory_path(error);
-    if (error)
-        return {};
-#if defined(__unix__) || defined(__APPLE__)
-    std::string folder = (shared / ("vorlane-" + std::to_string(geteuid()))).string();
-    mkdir(folder.c_str(), S_IRWXU);
-    struct stat status;
-    if (lstat(folder.c_str(), &status) != 0 || !S_ISDIR(status.st_mode) ||
-        status.st_uid != geteuid())
-        return {};
-    const bool is_open_to_others = (status.st_mode & (S_IRWXG | S_IRWXO)) != 0;
-    if (is_open_to_others && chmod(folder.c_str(), S_IRWXU) != 0)
-        return {};
-    return folder;
-#else
-    const std::filesystem::path folder = shared / "vorlane";
-    std::filesystem::create_directory(folder, error);
-    return error ? std::string() : folder.string();
-#endif
-}
 
 } // namespace
 

@@ -5,10 +5,7 @@
 
 #include <vorlane/bytes/samples.h>
 #include <vorlane/image/codes.h>
-
-#if defined(__unix__) || defined(__APPLE__)
-#include <fcntl.h>
-#endif
+#include <vorlane/platform/system_files.h>
 
 namespace vorlane {
 
@@ -25,19 +22,6 @@ std::int64_t computed_length(const CVideo& movie) {
     constexpr std::int64_t largest = std::numeric_limits<std::int64_t>::max();
     return size == 0 || pixels <= largest / size ? pixels * size : largest;
 }
-
-#if defined(__unix__) || defined(__APPLE__)
-bool is_only_for(std::FILE* stream, int access) {
-    const int file = fileno(stream);
-    const int flags = file >= 0 ? fcntl(file, F_GETFL) : -1;
-    return flags != -1 && (flags & O_ACCMODE) == access;
-}
-#else
-enum { O_RDONLY, O_WRONLY };
-bool is_only_for(std::FILE*, int) {
-    return false;
-}
-#endif
 
 } // namespace
 
@@ -58,11 +42,11 @@ std::int64_t tq_frame_distance(const CVideo& movie) {
 }
 
 bool can_read(std::FILE* stream) {
-    return !is_only_for(stream, O_WRONLY);
+    return !is_for_writing_only(stream);
 }
 
 bool can_write(std::FILE* stream) {
-    return !is_only_for(stream, O_RDONLY);
+    return !is_for_reading_only(stream);
 }
 
 } // namespace vorlane

@@ -1,9 +1,9 @@
 #include <vorlane/movie/tq_sink.h>
 
-#include <vorlane/bytes/input_file.h>
 #include <vorlane/image/image_parts.h>
 #include <vorlane/movie/tq_movie.h>
 #include <vorlane/movie/whole_plane.h>
+#include <vorlane/platform/system_files.h>
 
 namespace vorlane {
 

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include <vorlane/bitmap/windowed_bytes.h>
+#include <vorlane/bytes/blocks.h>
 #include <vorlane/bytes/colour_order.h>
 #include <vorlane/bytes/samples.h>
 #include <vorlane/image/codes.h>

@@ -3,9 +3,9 @@
 
 #include <cstdint>
 
-#include <vorlane/bytes/input_file.h>
 #include <vorlane/movie/movie_source.h>
 #include <vorlane/movie/video.h>
+#include <vorlane/platform/system_files.h>
 
 namespace vorlane {
 

@@ -10,7 +10,7 @@
 #include <new>
 #include <utility>
 
-#include <vorlane/bytes/input_file.h>
+#include <vorlane/bytes/text_lines.h>
 #include <vorlane/image/codes.h>
 #include <vorlane/image/failure.h>
 #include <vorlane/image/guard.h>
@@ -21,6 +21,7 @@
 #include <vorlane/movie/tq_movie.h>
 #include <vorlane/movie/tq_sink.h>
 #include <vorlane/movie/tq_source.h>
+#include <vorlane/platform/system_files.h>
 
 using namespace vorlane;
 

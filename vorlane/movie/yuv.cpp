@@ -1,18 +1,19 @@
 // Movies of raw YUV frames.
 
+#include <vorlane/bytes/sample_rows.h>
 #include <vorlane/movie/video.h>
 
 #include <algorithm>
 #include <cstdint>
 #include <memory>
 
-#include <vorlane/bytes/input_file.h>
 #include <vorlane/bytes/samples.h>
 #include <vorlane/image/codes.h>
 #include <vorlane/image/failure.h>
 #include <vorlane/image/guard.h>
 #include <vorlane/image/image_parts.h>
 #include <vorlane/movie/movie_files.h>
+#include <vorlane/platform/system_files.h>
 
 using namespace vorlane;
 
@@ -38,19 +39,15 @@ public:
 
     void read(CImage& image) {
         const auto cols = static_cast<std::size_t>(image.ncols);
-        for (int i = 0; i < image.nrows; ++i) {
-            float* const row = image.pixels[i];
-            for (std::size_t j = 0; j < cols;) {
-                const auto bytes = reader_.take(cols - j);
-                if (bytes.empty()) {
-                    std::fill(row + j, row + cols, static_cast<float>(last_));
-                    break;
-                }
-                from_bytes(bytes.data(), row + j, bytes.size());
-                last_ = bytes.back();
-                j += bytes.size();
-            }
-        }
+        auto [row, at] = read_unit_rows(
+            reader_, image.nrows, cols, 1,
+            [&](int i, std::size_t j, std::size_t count, const unsigned char* bytes) {
+                from_bytes(bytes, image.pixels[i] + j, count);
+                last_ = bytes[count - 1];
+                return true;
+            });
+        for (; row < image.nrows; ++row, at = 0)
+            std::fill(image.pixels[row] + at, image.pixels[row] + cols, static_cast<float>(last_));
     }
 
 private:

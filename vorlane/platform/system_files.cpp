@@ -50,6 +50,13 @@ std::FILE* open_plain_file(const char* path, const char* mode) {
     }
     return stream;
 }
+
+// How the file of a stream was opened; -1 if there is no telling.
+int access_of(std::FILE* stream) {
+    const int file = fileno(stream);
+    const int flags = file >= 0 ? fcntl(file, F_GETFL) : -1;
+    return flags != -1 ? flags & O_ACCMODE : -1;
+}
 #endif
 
 } // namespace
@@ -108,6 +115,24 @@ bool close_written(FileHandle& file) {
     return std::fclose(file.release()) == 0 && !failed;
 }
 
+bool is_for_reading_only(std::FILE* stream) {
+#if VORLANE_POSIX
+    return access_of(stream) == O_RDONLY;
+#else
+    static_cast<void>(stream);
+    return false;
+#endif
+}
+
+bool is_for_writing_only(std::FILE* stream) {
+#if VORLANE_POSIX
+    return access_of(stream) == O_WRONLY;
+#else
+    static_cast<void>(stream);
+    return false;
+#endif
+}
+
 bool is_same_file(std::FILE* stream, const char* path) {
 #if VORLANE_POSIX
     struct stat open, named;
@@ -136,6 +161,29 @@ bool may_be_written(const char* path) {
     return access(folder.c_str(), W_OK | X_OK) == 0;
 #else
     return true;
+#endif
+}
+
+std::string private_folder() {
+    std::error_code error;
+    const std::filesystem::path shared = std::filesystem::temp_directory_path(error);
+    if (error)
+        return {};
+#if VORLANE_POSIX
+    std::string folder = (shared / ("vorlane-" + std::to_string(geteuid()))).string();
+    mkdir(folder.c_str(), S_IRWXU);
+    struct stat status;
+    if (lstat(folder.c_str(), &status) != 0 || !S_ISDIR(status.st_mode) ||
+        status.st_uid != geteuid())
+        return {};
+    const bool is_open_to_others = (status.st_mode & (S_IRWXG | S_IRWXO)) != 0;
+    if (is_open_to_others && chmod(folder.c_str(), S_IRWXU) != 0)
+        return {};
+    return folder;
+#else
+    const std::filesystem::path folder = shared / "vorlane";
+    std::filesystem::create_directory(folder, error);
+    return error ? std::string() : folder.string();
 #endif
 }
 

@@ -36,11 +36,19 @@ bool seek_from_end(std::FILE* stream, std::int64_t offset);
 // Closes a file that was written. False if something didn't reach it.
 bool close_written(FileHandle& file);
 
+// How the stream was opened; false if there is no telling.
+bool is_for_reading_only(std::FILE* stream);
+bool is_for_writing_only(std::FILE* stream);
+
 // True if `path` leads to the file that is open.
 bool is_same_file(std::FILE* stream, const char* path);
 
 // True if a file could be made at `path`, or opened for writing if it is there. Touches nothing.
 bool may_be_written(const char* path);
+
+// A folder for temporary files of this user alone: others can neither read a file in it nor put one
+// of theirs under its name. Empty if it can't be had.
+std::string private_folder();
 
 // The absolute path of a file that is named relative to the folder of this library, or of the
 // program that the library is part of; empty if the system doesn't tell that folder.

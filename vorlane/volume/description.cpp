@@ -1,10 +1,14 @@
+#include <vorlane/bytes/blocks.h>
+#include <vorlane/bytes/gate.h>
+#include <vorlane/bytes/sample_rows.h>
+#include <vorlane/bytes/text_lines.h>
+#include <vorlane/platform/system_files.h>
 #include <vorlane/volume/volume.h>
 
 #include <algorithm>
 #include <cctype>
 #include <cstdio>
 
-#include <vorlane/bytes/input_file.h>
 #include <vorlane/bytes/samples.h>
 #include <vorlane/image/failure.h>
 #include <vorlane/image/guard.h>
@@ -115,23 +119,15 @@ int pixel_format_of(int size, int otherwise) {
 
 // Fills a slice whose plane was made with `fill`. What the file lacks is 0.
 void read_slice(BlockReader& reader, CImage& slice, Fill fill) {
-    const std::size_t unit = sample_size(slice.pixel_format);
     const auto cols = static_cast<std::size_t>(slice.ncols);
-    for (int i = 0; i < slice.nrows; ++i) {
-        float* const row = slice.pixels[i];
-        std::size_t j = 0;
-        while (j < cols) {
-            const auto bytes = reader.take((cols - j) * unit, unit);
-            if (bytes.empty()) {
-                if (fill == Fill::zeros)
-                    return;
-                std::fill(row + j, row + cols, 0.0f);
-                break;
-            }
-            decode_samples(slice.pixel_format, bytes.data(), row + j, bytes.size() / unit);
-            j += bytes.size() / unit;
-        }
-    }
+    auto [row, at] =
+        read_unit_rows(reader, slice.nrows, cols, sample_size(slice.pixel_format),
+                       [&](int i, std::size_t j, std::size_t count, const unsigned char* bytes) {
+                           decode_samples(slice.pixel_format, bytes, slice.pixels[i] + j, count);
+                           return true;
+                       });
+    for (; fill == Fill::none && row < slice.nrows; ++row, at = 0)
+        std::fill(slice.pixels[row] + at, slice.pixels[row] + cols, 0.0f);
 }
 
 } // namespace

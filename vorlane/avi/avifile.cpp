@@ -13,6 +13,8 @@
 #include <vorlane/avi/avi_reader.h>
 #include <vorlane/avi/avi_writer.h>
 #include <vorlane/avi/bitmap_format.h>
+#include <vorlane/bytes/gate.h>
+#include <vorlane/platform/system_files.h>
 
 // An open file. It lives until it and all its streams have been given back.
 struct IAVIFile {
