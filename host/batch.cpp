@@ -229,9 +229,12 @@ void check_batch(const std::vector<BatchItem>& items, const Chain& chain,
             if (option.kind == Kind::picture && id_of(split_page(value).first, id))
                 inputs.insert(id);
             if (option.kind == Kind::output && items.size() > 1 && !is_pattern(value))
-                throw UsageError(std::string("--") + option.name +
-                                 " needs %n in the name for several pictures, as in '%n-" + value +
-                                 "'");
+                throw UsageError(
+                    std::string("--") + option.name +
+                    " needs %n in the name for several pictures, as in '" +
+                    (fs::path(value).parent_path() / ("%n-" + fs::path(value).filename().string()))
+                        .string() +
+                    "'");
             if (option.kind == Kind::output)
                 check_output(value);
         }

@@ -124,10 +124,10 @@ int run_program(std::vector<Word> words) {
         return 0;
     }
     // A leading --quiet is for every command.
-    std::stable_partition(words.begin(), words.end(), [leading = true](const Word& word) mutable {
-        leading = leading && word.text == "--quiet";
-        return !leading;
-    });
+    const auto first = std::find_if(words.begin(), words.end(),
+                                    [](const Word& word) { return word.text != "--quiet"; });
+    if (first != words.end())
+        std::rotate(words.begin(), first, words.end());
     std::size_t used = 0;
     const Command& command = command_of(words, used);
     const std::string name = full_name(command.description);

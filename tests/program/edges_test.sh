@@ -28,3 +28,4 @@ expect 2 "unknown command 'edgse', did you mean 'edges'?" "$program" edgse
 expect 2 "unknown option '--hihg', did you mean '--high'?" "$program" edges in.pgm new.pgm --hihg 1
 [ -z "$(ls | grep -E '^new|\.pgm\.')" ] || fail "left behind: $(ls)"
 echo "the program does as told"
+"$program" --quiet derivative in.pgm quiet.pgm 2>err.txt && [ ! -s err.txt ] || fail "not quiet: $(cat err.txt)"
