@@ -68,6 +68,7 @@ public:
         check(avcodec_parameters_from_context(stream->codecpar, encoder_.get()));
         check(avio_open(&format->pb, ("file:" + pending_.path()).c_str(), AVIO_FLAG_WRITE));
         check(avformat_write_header(format, nullptr));
+        needs_trailer_ = true;
         packet_.reset(av_packet_alloc());
         frame_.reset(av_frame_alloc());
         raw_.reset(av_frame_alloc());
@@ -77,6 +78,14 @@ public:
         if (is_luma_and_chroma())
             make_buffer(*raw_, AV_PIX_FMT_RGB24);
     }
+
+    ~CodedWriter() override {
+        // Some formats hold a frame back until the trailer, also in a file that is given up.
+        if (needs_trailer_)
+            av_write_trailer(format_.get());
+    }
+    CodedWriter(const CodedWriter&) = delete;
+    CodedWriter& operator=(const CodedWriter&) = delete;
 
     void add(const CImage& image) override {
         mapper_.check(image);
@@ -92,6 +101,7 @@ public:
     void finish() override {
         check(avcodec_send_frame(encoder_.get(), nullptr));
         drain();
+        needs_trailer_ = false;
         check(av_write_trailer(format_.get()));
         check(avio_closep(&format_->pb));
         pending_.commit();
@@ -263,6 +273,7 @@ private:
     std::vector<std::uint8_t> line_, rgb_;
     std::vector<double> numbers_;
     std::int64_t frames_ = 0;
+    bool needs_trailer_ = false;
 };
 
 } // namespace
