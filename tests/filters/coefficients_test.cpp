@@ -9,13 +9,13 @@
 
 namespace {
 
-using vorlane::PlaneHandle;
+using vorlane::Plane;
 
 using Maker = void (*)(float, float**);
 
 // u0 to u3, d1 to d4, K, m1 to m4.
 std::vector<float> coefficients_of(Maker maker, float sigma) {
-    const PlaneHandle coef(make_2D_float_array(5, 5));
+    const Plane coef(make_2D_float_array(5, 5));
     maker(sigma, coef.get());
     const float* const* c = coef.get();
     return {c[0][0], c[0][1], c[0][2], c[0][3], c[1][1], c[1][2], c[1][3],
@@ -64,7 +64,7 @@ TEST(Coefficients, FirstNumeratorIsASumOfFloats) {
 
 TEST(Coefficients, AntiCausalRowsFollowFromTheStoredOnes) {
     for (const auto& [maker, sign] : {std::pair<Maker, double>{ga, 1.0}, {fdga, -1.0}}) {
-        const PlaneHandle coef(make_2D_float_array(5, 5));
+        const Plane coef(make_2D_float_array(5, 5));
         constexpr float untouched = 77.0f;
         for (int i = 0; i < 5; ++i)
             for (int j = 0; j < 5; ++j)
@@ -82,7 +82,7 @@ TEST(Coefficients, AntiCausalRowsFollowFromTheStoredOnes) {
 }
 
 TEST(Coefficients, FourRowsSufficeAndNonsenseWritesNothing) {
-    const PlaneHandle coef(make_2D_float_array(4, 5));
+    const Plane coef(make_2D_float_array(4, 5));
     ga(1.0f, coef.get());
     const float kept = coef.get()[2][0];
     for (const float bad : {0.0f, -1.0f, std::numeric_limits<float>::infinity(), std::nanf("")}) {

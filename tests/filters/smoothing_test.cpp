@@ -9,11 +9,11 @@
 
 namespace {
 
-using vorlane::PlaneHandle;
+using vorlane::Plane;
 
 ImagePtr filtered(const CImage& image, void (*maker)(float, float**), float sigma,
                   bool along_rows) {
-    const PlaneHandle coef(make_2D_float_array(5, 5));
+    const Plane coef(make_2D_float_array(5, 5));
     maker(sigma, coef.get());
     return ImagePtr(along_rows ? image.apply_IIR4_filter_x(coef.get())
                                : image.apply_IIR4_filter_y(coef.get()));
@@ -25,13 +25,10 @@ ImagePtr transposed(const CImage& image) {
 
 TEST(Smoothing, IsThePassesOneAfterTheOther) {
     const auto image = make_random(37, 53, 0, 1);
-    image->pixel_format = 7;
     with_each_instruction_set([&] {
         const ImagePtr smooth(image->smooth_image(1.3f));
         const auto expected = filtered(*filtered(*image, ga, 1.3f, true), ga, 1.3f, false);
         EXPECT_TRUE(same_bits(samples_of(*smooth), samples_of(*expected)));
-        EXPECT_EQ(smooth->pixel_format, 7);
-        EXPECT_EQ(smooth->file_format, 1);
 
         const ImagePtr dx(image->first_derivative_x(1.3f));
         const auto passes = filtered(*filtered(*image, fdga, 1.3f, true), ga, 1.3f, false);
@@ -61,11 +58,8 @@ TEST(Smoothing, ColourIsThreeGrayImagesStretched) {
     for (int i = 0; i < 29; ++i)
         for (int j = 0; j < 41; ++j)
             image->pixels[i][3 * j + 1] = 0.0f;
-    image->pixel_format = 6;
     const ImagePtr smooth(image->smooth_image(2.0f));
-    EXPECT_EQ(smooth->pixel_format, 6);
     EXPECT_TRUE(std::isnan(smooth->pixels[3][4])); // a channel of zeros
-    EXPECT_EQ(smooth->mag_plane, nullptr);
 }
 
 TEST(Smoothing, GainAndSlope) {
@@ -82,7 +76,6 @@ TEST(Smoothing, DerivativeOfColourUsesTheFirstColumnsOnly) {
     const auto first_columns = make_gray(20, 12, [&](int i, int j) { return image->pixels[i][j]; });
     const ImagePtr derivative(image->first_derivative_y(1.0f));
     const ImagePtr expected(first_columns->first_derivative_y(1.0f));
-    EXPECT_EQ(derivative->image_type, 1);
     for (int i = 0; i < 20; ++i)
         for (int j = 0; j < 36; ++j)
             ASSERT_EQ(derivative->pixels[i][j], j < 12 ? expected->pixels[i][j] : 0.0f);
@@ -95,11 +88,6 @@ TEST(Smoothing, NonsenseGivesNull) {
         EXPECT_EQ(image->first_derivative_x(bad), nullptr);
         EXPECT_EQ(image->first_derivative_y(bad), nullptr);
     }
-    CImage sizes_only;
-    sizes_only.nrows = sizes_only.ncols = 5; // as a failed reading leaves it
-    EXPECT_EQ(sizes_only.smooth_image(1.0f), nullptr);
-    EXPECT_EQ(CImage(3, 3, 2, 4, 6).first_derivative_x(1.0f), nullptr);
-    EXPECT_EQ(CImage(0, 7, 0, 4, 6).smooth_image(1.0f), nullptr);
 }
 
 } // namespace

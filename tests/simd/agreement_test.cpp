@@ -95,15 +95,15 @@ std::vector<Pointer> pointers_to(std::vector<Row>& rows) {
 }
 
 Samples filtered_lines(Source& source, size_t rows, size_t n, size_t channels, float scale) {
-    const PlaneHandle coef(make_2D_float_array(5, 5));
+    const Plane coef(make_2D_float_array(5, 5));
     fdga(1.3f, coef.get());
     const LineFilter filter = make_line_filter(coef.get(), scale);
     std::vector<Row> in = source.rows(rows, n * channels);
     std::vector<Row> out(2 * rows, Row(n * channels));
     const auto from = pointers_to<const float*>(in);
     const auto to = pointers_to<float*>(out);
-    EXPECT_TRUE(filter_rows(filter, from.data(), to.data(), rows, n, channels));
-    EXPECT_TRUE(filter_columns(filter, from.data(), to.data() + rows, rows, n * channels));
+    filter_rows(filter, from.data(), to.data(), rows, n, channels);
+    filter_columns(filter, from.data(), to.data() + rows, rows, n * channels);
     return joined(out);
 }
 

@@ -1,6 +1,8 @@
-#include <vorlane/filters/recursive_gaussian.h>
+#include <vorlane/filters/coefficients.h>
 
 #include <cmath>
+
+namespace vorlane {
 
 namespace {
 
@@ -31,17 +33,13 @@ double normaliser(const KernelParameters& p, Symmetry symmetry, double sigma) {
     const double denominator = 1.0 + E2 - 2.0 * C0 * E;
     if (symmetry == Symmetry::even)
         return std::isfinite(E2) ? p.a0 * (E2 - 1.0) / denominator : p.a0;
-    // Where the powers of E leave the range of a double, what remains of the quotient is 2 a1 S0 /
-    // E.
+    // Where the powers of E leave the range of a double, 2 a1 S0 / E remains of the quotient.
     return std::isfinite(square(denominator))
                ? 2.0 * p.a1 * E * S0 * (E2 - 1.0) / square(denominator)
                : 2.0 * p.a1 * S0 / E;
 }
 
-void fill(const KernelParameters& p, Symmetry symmetry, float sigma_argument, float** coef) {
-    const double sigma = sigma_argument;
-    if (!coef || !std::isfinite(sigma) || sigma <= 0.0)
-        return;
+Coefficients coefficients_of(const KernelParameters& p, Symmetry symmetry, double sigma) {
     const double a0 = p.a0;
     const double a1 = p.a1;
     const double c0 = p.c0;
@@ -53,7 +51,8 @@ void fill(const KernelParameters& p, Symmetry symmetry, float sigma_argument, fl
     const double C1 = std::cos(p.w1 / sigma);
     const double S1 = std::sin(p.w1 / sigma);
 
-    float* const u = coef[0];
+    Coefficients c{};
+    float* const u = c.u;
     u[0] = p.a0 + p.c0;
     u[1] = static_cast<float>(e0 * (a1 * S0 - (a0 + 2.0 * c0) * C0) +
                               e1 * (c1 * S1 - (c0 + 2.0 * a0) * C1));
@@ -62,30 +61,35 @@ void fill(const KernelParameters& p, Symmetry symmetry, float sigma_argument, fl
     u[3] = static_cast<float>(e0 * square(e1) * (a1 * S0 - a0 * C0) +
                               square(e0) * e1 * (c1 * S1 - c0 * C1));
 
-    float* const d = coef[1];
+    float* const d = c.d;
     d[1] = static_cast<float>(-2.0 * e0 * C0 - 2.0 * e1 * C1);
     d[2] = static_cast<float>(4.0 * e0 * e1 * C0 * C1 + square(e0) + square(e1));
     d[3] = static_cast<float>(-2.0 * e0 * square(e1) * C0 - 2.0 * square(e0) * e1 * C1);
     d[4] = static_cast<float>(square(e0) * square(e1));
 
-    // From the values as they stand in the plane, after their rounding.
-    float* const m = coef[2];
+    // From the values as they stand, after their rounding.
+    float* const m = c.m;
     const double sign = symmetry == Symmetry::even ? 1.0 : -1.0;
-    m[0] = static_cast<float>(normaliser(p, symmetry, sigma));
+    c.k = static_cast<float>(normaliser(p, symmetry, sigma));
     for (int k = 1; k <= 3; ++k)
         m[k] = static_cast<float>(sign * (double{u[k]} - double{d[k]} * double{u[0]}));
     m[4] = static_cast<float>(sign * (-double{d[4]} * double{u[0]}));
 
-    for (int k = 1; k <= 4; ++k)
-        coef[3][k] = d[k];
+    return c;
 }
 
 } // namespace
 
-void ga(float sigma, float** coef) {
-    fill(gaussian, Symmetry::even, sigma, coef);
+Coefficients gaussian_coefficients(float sigma) {
+    return coefficients_of(gaussian, Symmetry::even, sigma);
 }
 
-void fdga(float sigma, float** coef) {
-    fill(derivative, Symmetry::odd, sigma, coef);
+Coefficients derivative_coefficients(float sigma) {
+    return coefficients_of(derivative, Symmetry::odd, sigma);
 }
+
+bool is_valid_sigma(float sigma) {
+    return std::isfinite(sigma) && sigma > 0.0f;
+}
+
+} // namespace vorlane

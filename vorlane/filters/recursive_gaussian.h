@@ -11,9 +11,11 @@
 // recursion of order four run along each line x, in double precision, and their terms A and B are
 // rounded to floats:
 //
-//   A[j] = u0 x[j] + u1 x[j-1] + u2 x[j-2] + u3 x[j-3] - d1 A[j-1] - d2 A[j-2] - d3 A[j-3] - d4
-//   A[j-4] B[j] = m1 x[j+1] + m2 x[j+2] + m3 x[j+3] + m4 x[j+4] - d1 B[j+1] - d2 B[j+2] - d3 B[j+3]
-//   - d4 B[j+4] y[j] = (A[j] + B[j]) / K
+//   A[j] = u0 x[j] + u1 x[j-1] + u2 x[j-2] + u3 x[j-3]
+//        - d1 A[j-1] - d2 A[j-2] - d3 A[j-3] - d4 A[j-4]
+//   B[j] = m1 x[j+1] + m2 x[j+2] + m3 x[j+3] + m4 x[j+4]
+//        - d1 B[j+1] - d2 B[j+2] - d3 B[j+3] - d4 B[j+4]
+//   y[j] = (A[j] + B[j]) / K
 //
 // Outside the line, x counts as its first or last sample repeated and A and B as zero, also on a
 // line of fewer than four samples. A constant line therefore falls off towards its ends, and in

@@ -273,6 +273,6 @@ void rows(const LineFilter& f, const float* const* in, float* const* out, size_t
 } // namespace
 
 extern const RecursiveKernels recursive_kernels;
-const RecursiveKernels recursive_kernels = {block_lines, columns, rows};
+const RecursiveKernels recursive_kernels = {block_lines, F64::count, columns, rows};
 
 } // namespace vorlane::VORLANE_LANES
