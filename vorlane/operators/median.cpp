@@ -3,13 +3,15 @@
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <cmath>
 #include <cstdint>
 #include <limits>
 #include <memory>
 #include <new>
 #include <utility>
+#include <vector>
 
-#include <vorlane/image/image_parts.h>
+#include <vorlane/image/results.h>
 #include <vorlane/operators/median_kernels.h>
 #include <vorlane/operators/rank_kernels.h>
 
@@ -21,27 +23,102 @@ using std::size_t;
 using std::uint32_t;
 using std::uint64_t;
 
-template<class T>
-std::unique_ptr<T[]> make_scratch(size_t count) {
-    return std::unique_ptr<T[]>(new (std::nothrow) T[count]());
+bool holds_nan(const float* row, Index n) {
+    unsigned found = 0; // in lanes, as a bool isn't
+    for (Index j = 0; j < n; ++j)
+        found |= row[j] != row[j];
+    return found != 0;
+}
+
+// Rows of an image for the networks, which can't rank not-a-numbers: they stand above all else, as
+// infinities do, so a row that holds some is copied with infinities in their place.
+class NetworkRows {
+public:
+    NetworkRows(const CImage& image, int size)
+        : image_(image), size_(size), rows_(std::make_unique<Row[]>(size)) {}
+
+    // The row that stands at `row` of the image, clamped. Good until `size` other ones are asked
+    // for.
+    const float* at(Index row) {
+        row = std::clamp<Index>(row, 0, image_.nrows - 1);
+        Row& kept = rows_[row % size_];
+        if (kept.number != row) {
+            kept.number = row;
+            kept.has_nan = holds_nan(image_.pixels[row], samples_per_row(image_));
+            if (kept.has_nan)
+                copy(image_.pixels[row], kept);
+        }
+        return kept.has_nan ? kept.copy.data() : image_.pixels[row];
+    }
+
+    bool has_nan(Index row) const {
+        return rows_[std::clamp<Index>(row, 0, image_.nrows - 1) % size_].has_nan;
+    }
+
+private:
+    struct Row {
+        Index number = -1;
+        bool has_nan = false;
+        std::vector<float> copy;
+    };
+
+    void copy(const float* from, Row& kept) const {
+        kept.copy.assign(from, from + samples_per_row(image_));
+        for (float& sample : kept.copy)
+            sample = std::isnan(sample) ? std::numeric_limits<float>::infinity() : sample;
+    }
+
+    const CImage& image_;
+    Index size_;
+    std::unique_ptr<Row[]> rows_;
+};
+
+// Where a median is infinite because the rank falls among the not-a-numbers, stores one of them.
+void restore_nans(const CImage& image, Index row, int size, float* medians) {
+    const Index channels = channel_count(image.image_type);
+    const Index first = size / 2 - size + 1;
+    for (Index j = 0; j < samples_per_row(image); ++j) {
+        if (medians[j] != std::numeric_limits<float>::infinity())
+            continue;
+        Index numbers = 0;
+        float nan_found = 0.0f;
+        for (Index a = first; a < first + size; ++a) {
+            const float* const from = image.pixels[std::clamp<Index>(row + a, 0, image.nrows - 1)];
+            for (Index b = first; b < first + size; ++b) {
+                const Index col = std::clamp<Index>(j / channels + b, 0, image.ncols - 1);
+                const float sample = from[channels * col + j % channels];
+                if (std::isnan(sample))
+                    nan_found = sample;
+                else
+                    ++numbers;
+            }
+        }
+        if (numbers <= Index{size} * size / 2)
+            medians[j] = nan_found;
+    }
 }
 
 void filter_by_network(const CImage& image, CImage& out, int size) {
     const auto filter_row = pick_median_kernels().filter_row[size];
-    const auto channels = static_cast<size_t>(channel_count(image.image_type));
-    std::array<const float*, largest_network_median> rows = {};
-    for (int i = 0; i < image.nrows; ++i) {
+    const Index channels = channel_count(image.image_type);
+    NetworkRows rows(image, size);
+    std::array<const float*, largest_network_median> window = {};
+    for (Index i = 0; i < image.nrows; ++i) {
+        const Index first = i + size / 2 - size + 1;
+        bool has_nan = false;
         for (int a = 0; a < size; ++a) {
-            const int row = i + size / 2 - size + 1 + a;
-            rows[static_cast<size_t>(a)] = image.pixels[std::clamp(row, 0, image.nrows - 1)];
+            window[a] = rows.at(first + a);
+            has_nan |= rows.has_nan(first + a);
         }
-        filter_row(rows.data(), static_cast<size_t>(image.ncols), channels, out.pixels[i]);
+        filter_row(window.data(), image.ncols, channels, out.pixels[i]);
+        if (has_nan)
+            restore_nans(image, i, size, out.pixels[i]);
     }
 }
 
-// Whole numbers in the order of the floats; not-a-numbers stand at the two ends.
+// Whole numbers in the order of the floats; not-a-numbers, whatever their sign, are the largest.
 uint32_t key_of(float value) {
-    const auto bits = std::bit_cast<uint32_t>(value);
+    const auto bits = std::bit_cast<uint32_t>(std::isnan(value) ? std::abs(value) : value);
     return bits >> 31 ? ~bits : bits | 0x80000000u;
 }
 float value_of(uint32_t key) {
@@ -52,11 +129,10 @@ float value_of(uint32_t key) {
 class Ranking {
 public:
     explicit Ranking(size_t room)
-        : entries_(make_scratch<uint64_t>(room)), spare_(make_scratch<uint64_t>(room)),
-          ranks_(make_scratch<uint32_t>(room)), sorted_(make_scratch<float>(room)),
-          present_(make_scratch<uint64_t>(room / 64 + 1)), weights_(make_scratch<int64_t>(room)) {}
-
-    bool is_made() const { return entries_ && spare_ && ranks_ && sorted_ && present_ && weights_; }
+        : entries_(std::make_unique<uint64_t[]>(room)), spare_(std::make_unique<uint64_t[]>(room)),
+          ranks_(std::make_unique<uint32_t[]>(room)), sorted_(std::make_unique<float[]>(room)),
+          present_(std::make_unique<uint64_t[]>(room / 64 + 1)),
+          weights_(std::make_unique<int64_t[]>(room)) {}
 
     RankedPart rank(const CImage& image, const PixelBlock& part, int64_t channels, int64_t channel,
                     bool leaves_image) {
@@ -90,14 +166,14 @@ private:
         constexpr int digits = 3;
         constexpr uint64_t mask = (1u << digit_bits) - 1;
         const auto digit = [](uint64_t entry, int d) {
-            return static_cast<size_t>(entry >> (32 + d * digit_bits) & mask);
+            return entry >> (32 + d * digit_bits) & mask;
         };
         std::array<std::array<uint32_t, mask + 1>, digits> starts = {};
         for (size_t k = 0; k < count; ++k)
             for (int d = 0; d < digits; ++d)
-                ++starts[static_cast<size_t>(d)][digit(entries_[k], d)];
+                ++starts[d][digit(entries_[k], d)];
         for (int d = 0; d < digits; ++d) {
-            auto& start = starts[static_cast<size_t>(d)];
+            auto& start = starts[d];
             if (start[digit(entries_[0], d)] == count)
                 continue;
             uint32_t sum = 0;
@@ -116,7 +192,8 @@ private:
     std::unique_ptr<int64_t[]> weights_;
 };
 
-bool filter_by_ranks(const CImage& image, CImage& out, int64_t size) {
+void filter_by_ranks(const CImage& image, CImage& out, int window_size) {
+    const int64_t size = window_size;
     // Sorting the margin of a block costs the less the larger it is; a small block stays in cache.
     const int64_t side = std::max<int64_t>(64, size);
     const int64_t first_offset = size / 2 - size + 1;
@@ -125,10 +202,8 @@ bool filter_by_ranks(const CImage& image, CImage& out, int64_t size) {
     const auto room = static_cast<uint64_t>(std::min<int64_t>(side + size - 1, image.nrows)) *
                       static_cast<uint64_t>(std::min<int64_t>(side + size - 1, image.ncols));
     if (room > std::numeric_limits<uint32_t>::max())
-        return false;
+        throw std::bad_alloc();
     Ranking ranking(room);
-    if (!ranking.is_made())
-        return false;
     const RankKernels& kernels = pick_rank_kernels();
     PixelBlock block = {};
     for (block.first_row = 0; block.first_row < image.nrows; block.first_row = block.end_row) {
@@ -150,24 +225,20 @@ bool filter_by_ranks(const CImage& image, CImage& out, int64_t size) {
                                      size, out.pixels, channels, k);
         }
     }
-    return true;
 }
 
 } // namespace
 
 CImage* CImage::Median(int size) const {
-    if (!has_plane(*this) || size < 1)
+    if (size < 1)
         return nullptr;
-    auto out = make_unwritten_image(nrows, ncols, image_type, file_format, pixel_format);
-    if (!out || !has_pixels(*this))
-        return out.release();
-    if (size == 1) {
-        for (int i = 0; i < nrows; ++i)
-            std::copy_n(pixels[i], samples_per_row(*this), out->pixels[i]);
-    } else if (size <= largest_network_median) {
-        filter_by_network(*this, *out, size);
-    } else if (!filter_by_ranks(*this, *out, size)) {
-        return nullptr;
-    }
-    return out.release();
+    return make_from(*this, form_of(*this), [&](CImage& out) {
+        if (size == 1) {
+            for (int i = 0; i < nrows; ++i)
+                std::copy_n(pixels[i], samples_per_row(*this), out.pixels[i]);
+        } else {
+            (size <= largest_network_median ? filter_by_network : filter_by_ranks)(*this, out,
+                                                                                   size);
+        }
+    });
 }
