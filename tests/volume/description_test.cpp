@@ -66,7 +66,7 @@ TEST(Volume, FieldsOfNewObjects) {
         EXPECT_EQ(slice.image_type, 1);
         EXPECT_EQ(slice.file_format, 4);
         EXPECT_EQ(slice.pixel_format, 7);
-        EXPECT_EQ(samples_of(slice.pixels, 4, 5), std::vector<float>(20, 0.0f));
+        EXPECT_EQ(samples_of(slice), std::vector<float>(60, 0.0f));
     }
     EXPECT_EQ(CVolume(0, 4, 5, 0, 4, 6).slices, nullptr);
     EXPECT_EQ(CVolume(-2, 4, 5, 0, 4, 6).slices, nullptr);
@@ -322,8 +322,9 @@ TEST(ReadSeries, NumbersWithoutSenseChangeNothing) {
     }
 }
 
-// Values are cut at 99 bytes, and so is the name that they form.
-TEST(ReadSeries, LongNamesAreCut) {
+// A name that is too long, in one of its parts or as a whole, is no name: its beginning may be that
+// of another file.
+TEST(ReadSeries, LongNamesAreNotRead) {
     const ScratchFolder folder;
     MessageCatcher messages;
     const std::string directory = folder.path(".");
@@ -331,10 +332,23 @@ TEST(ReadSeries, LongNamesAreCut) {
     const std::string prefix(99 - directory.size() - 2, 'p'); // leaves room for one digit
     folder.write(prefix + "1", pgm(1, 1, 11));
     CVolume volume;
-    const std::string text =
-        series_description(directory, prefix, 12, 12, std::string(240, 's')) + "tail\n";
+    const std::string text = series_description(directory, prefix, 1, 12, "");
     ASSERT_EQ(volume.ReadVolume(folder.write("v", text).c_str()), 1);
     EXPECT_EQ(volume.slices[0].pixels[0][0], 11.0f);
+    EXPECT_EQ(volume.slices[9].pixels, nullptr); // 10, cut to 1
+    EXPECT_EQ(messages.take_failures(), Texts(11, "CImage: Can't open file"));
+    const std::string tail =
+        series_description(directory, prefix, 1, 1, std::string(240, 's')) + "tail\n";
+    ASSERT_EQ(volume.ReadVolume(folder.write("v", tail).c_str()), 1);
+    EXPECT_EQ(messages.take_failures(), Texts{"CImage: Can't open file"});
+
+    const std::string data = folder.path(std::string(99 - folder.path("").size(), 'd'));
+    ASSERT_EQ(data.size(), 99u);
+    folder.write(data.substr(folder.path("").size()), "12");
+    EXPECT_EQ(volume.ReadVolume(folder.write("v", raw_description(data, 2, 1, 1, 1)).c_str()), 1);
+    EXPECT_EQ(volume.ReadVolume(folder.write("v", raw_description(data + "x", 2, 1, 1, 1)).c_str()),
+              0);
+    EXPECT_EQ(messages.take_failures(), cant_open);
 
     // A line ends after 255 bytes. What is left of it counts as the next one, so that no further
     // key is where it belongs.

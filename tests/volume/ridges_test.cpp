@@ -75,8 +75,8 @@ bool is_shell(const CVolume& v, int k, int i, int j) {
 // The plain version, through VNeumannEigens, beside a Jacobi method in long double.
 void expect_plain_result(const CVolume& volume, float sigma) {
     const VolumePtr smooth(volume.smooth_volume(sigma));
-    const PlaneHandle matrix(make_2D_float_array(3, 3));
-    const PlaneHandle vectors(make_2D_float_array(3, 3));
+    const Plane matrix(make_2D_float_array(3, 3));
+    const Plane vectors(make_2D_float_array(3, 3));
     for (int k = 0; k < volume.nslices; ++k) {
         const CImage& slice = volume.slices[k];
         for (int i = 0; i < volume.nrows; ++i) {
@@ -286,6 +286,23 @@ TEST(VolumeRidges, EmptySlicesAndRefusals) {
     EXPECT_GT(volume->slices[4].dir_plane[2][2], 0.0f);
     EXPECT_EQ(volume->slices[4].dir_plane[0][0], 0.0f);
     EXPECT_EQ(volume->slices[5].scale_plane[2][2], 0.0f);
+}
+
+// What lies outside the volume is 0, whatever stood there.
+TEST(VolumeRidges, LargerSlices) {
+    const auto volume = make_random_volume(5, 6, 7, 2);
+    volume->slices[2] = *make_random(9, 12, 0, 1);
+    volume->slices[2].dir_plane = make_2D_float_array(9, 12);
+    for (const auto& [i, j] : {std::pair(0, 0), {3, 6}, {3, 9}, {5, 3}, {8, 11}})
+        volume->slices[2].dir_plane[i][j] = -1.0f;
+    volume->ridges(1.0f, 0.0f, 0, 0, 0);
+    for (const auto plane : {&CImage::mag_plane, &CImage::dir_plane, &CImage::scale_plane}) {
+        for (int i = 0; i < 9; ++i)
+            for (int j = 0; j < 12; ++j) {
+                const bool inside = i > 0 && i < 5 && j > 0 && j < 6;
+                EXPECT_EQ((volume->slices[2].*plane)[i][j] > 0.0f, inside) << i << ' ' << j;
+            }
+    }
 }
 
 } // namespace

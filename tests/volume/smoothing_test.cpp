@@ -9,8 +9,8 @@
 
 namespace {
 
-PlaneHandle gaussian_record(float sigma) {
-    PlaneHandle coef(make_2D_float_array(5, 5));
+Plane gaussian_record(float sigma) {
+    Plane coef(make_2D_float_array(5, 5));
     ga(sigma, coef.get());
     return coef;
 }
@@ -19,7 +19,7 @@ PlaneHandle gaussian_record(float sigma) {
 VolumePtr smooth_line_by_line(const CVolume& volume, float sigma) {
     auto result = std::make_unique<CVolume>(volume.nslices, volume.nrows, volume.ncols,
                                             volume.image_type, volume.file_format, 6);
-    const PlaneHandle coef = gaussian_record(sigma);
+    const Plane coef = gaussian_record(sigma);
     for (int k = 0; k < volume.nslices; ++k) {
         const ImagePtr along_rows(volume.slices[k].apply_IIR4_filter_x(coef.get()));
         const ImagePtr along_columns(along_rows->apply_IIR4_filter_y(coef.get()));
@@ -46,7 +46,7 @@ void expect_same_volume(const CVolume& a, const CVolume& b) {
 
 TEST(FilterAcrossSlices, FiltersALineAsRowsAreFiltered) {
     for (const auto fill : {ga, fdga}) {
-        const PlaneHandle coef(make_2D_float_array(5, 5));
+        const Plane coef(make_2D_float_array(5, 5));
         fill(1.7f, coef.get());
         with_each_instruction_set([&] {
             for (const int n : {1, 2, 3, 4, 5, 6, 7, 8, 9, 64, 1001}) {
@@ -64,7 +64,7 @@ TEST(FilterAcrossSlices, FiltersALineAsRowsAreFiltered) {
 }
 
 TEST(FilterAcrossSlices, ArgumentsWithoutMeaningChangeNothing) {
-    const PlaneHandle coef = gaussian_record(1.0f);
+    const Plane coef = gaussian_record(1.0f);
     Line line = {1.0f, 2.0f, 3.0f, 4.0f};
     apply_IIR4_filter_z(nullptr, line.data(), 4);
     apply_IIR4_filter_z(coef.get(), nullptr, 4);
@@ -137,6 +137,31 @@ TEST(SmoothVolume, SlicesOfAColourVolumeHaveRoomForColour) {
     const VolumePtr result(volume.smooth_volume(1.0f));
     ASSERT_NE(result, nullptr);
     EXPECT_EQ(samples_of(result->slices[3]), Line(5 * 18, 0.0f));
+}
+
+TEST(SmoothVolume, LargerSlicesTakePartWithWhatTheVolumeCovers) {
+    const auto volume = make_random_volume(6, 7, 9, 4);
+    volume->slices[1] = *make_random(12, 9, 0, 1);
+    volume->slices[2] = *make_random(7, 20, 1, 2);
+    volume->slices[5] = *make_random(8, 10, 0, 3);
+    const VolumePtr result(volume->smooth_volume(1.5f));
+    ASSERT_NE(result, nullptr);
+    expect_same_volume(*result, *smooth_line_by_line(*volume, 1.5f));
+}
+
+// Any array that a host puts there serves as far as it goes.
+TEST(SmoothVolume, TheArrayOfAHost) {
+    CVolume volume;
+    volume.nrows = volume.ncols = 4;
+    volume.slices = new CImage[5];
+    for (int k = 0; k < 5; ++k)
+        volume.slices[k] = CImage(4, 4, 0, 4, 6);
+    for (const auto& [count, works] : {std::pair(50, false), {6, false}, {5, true}, {2, true}}) {
+        volume.nslices = count;
+        EXPECT_EQ(VolumePtr(volume.smooth_volume(1.0f)) != nullptr, works) << count;
+        volume.ridges(1.0f, 0.0f, 0, 0, 0);
+        EXPECT_EQ(volume.slices[0].mag_plane != nullptr, works) << count;
+    }
 }
 
 TEST(SmoothVolume, EmptySlicesCountAsAbsent) {

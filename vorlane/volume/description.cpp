@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cstdio>
+#include <cstring>
 
 #include <vorlane/bytes/samples.h>
 #include <vorlane/image/failure.h>
@@ -19,11 +20,9 @@ namespace {
 
 using namespace vorlane;
 
-constexpr int series_code = 20;
-constexpr int raw_volume_code = 21;
-constexpr int raw_slice_code = 8;
 constexpr std::size_t line_size = 256; // of which 255 bytes are text
-constexpr std::size_t text_size = 100;
+constexpr std::size_t longest_name = 99;
+constexpr std::size_t text_size = longest_name + 2;
 
 int fail() {
     show_failure("Can't open file");
@@ -64,6 +63,7 @@ public:
         if (!*value)
             return;
         std::size_t length = 0;
+        // One byte more than a name may have tells a text that is too long.
         for (; value[length] && !is_blank(value[length]) && length < text_size - 1; ++length)
             text[length] = value[length];
         text[length] = '\0';
@@ -91,10 +91,10 @@ private:
 
 // Every slice and every row takes memory of its own, however few samples it has: a row a table
 // entry and a cache line, a slice some rows more.
-bool stack_is_believable(std::int64_t rows, std::int64_t cols, std::int64_t slices,
-                         std::int64_t bytes_per_sample, std::int64_t available) {
-    constexpr std::int64_t samples_per_row = 16;
-    constexpr std::int64_t rows_per_slice = 4;
+bool stack_is_believable(Index rows, Index cols, Index slices, Index bytes_per_sample,
+                         Index available) {
+    constexpr Index samples_per_row = 16;
+    constexpr Index rows_per_slice = 4;
     return rows > 0 && cols > 0 &&
            header_is_believable(rows, cols, slices, 1, bytes_per_sample, available) &&
            header_is_believable(rows + rows_per_slice, samples_per_row, slices, 1, bytes_per_sample,
@@ -105,13 +105,13 @@ bool stack_is_believable(std::int64_t rows, std::int64_t cols, std::int64_t slic
 int pixel_format_of(int size, int otherwise) {
     switch (size) {
     case 1:
-        return 4;
+        return PixelFormat::byte;
     case 2:
-        return 7;
+        return PixelFormat::int16;
     case 4:
-        return 5;
+        return PixelFormat::int32;
     case 40:
-        return 6;
+        return PixelFormat::float32;
     default:
         return otherwise;
     }
@@ -163,21 +163,28 @@ int CVolume::ReadV1Volume(const char* path) {
         description.read("end slice=", end);
         description.read("suffix=", suffix);
     }
-    const std::int64_t count = std::int64_t{end} - start + 1;
-    if (!stack_is_believable(1, 1, count, 1, 0) || !make_slices(static_cast<int>(count)))
+    const Index count = Index{end} - start + 1;
+    const auto remake_slices = [&] {
+        make_slices(static_cast<int>(count));
+        return true;
+    };
+    if (!stack_is_believable(1, 1, count, 1, 0) || !guarded(remake_slices))
         return fail();
     nslices = static_cast<int>(count);
     for (int k = 0; k < nslices; ++k) {
         char name[text_size];
-        // What doesn't fit is cut.
-        if (std::snprintf(name, sizeof name, "%s/%s%d%s", directory, prefix, start + k, suffix) > 0)
+        std::snprintf(name, sizeof name, "%s/%s%d%s", directory, prefix, start + k, suffix);
+        // What doesn't fit would name another file.
+        if (std::strlen(name) <= longest_name)
             slices[k].ReadImage(name);
+        else
+            show_failure("CImage: Can't open file");
     }
     nrows = slices[0].nrows;
     ncols = slices[0].ncols;
     image_type = slices[0].image_type;
     pixel_format = slices[0].pixel_format;
-    file_format = series_code;
+    file_format = FileFormat::v1;
     return 1;
 }
 
@@ -194,29 +201,29 @@ int CVolume::ReadV2Volume(const char* path) {
         description.read("col=", ncols);
         description.read("size=", size);
     }
-    file_format = raw_volume_code;
+    file_format = FileFormat::v2;
     pixel_format = pixel_format_of(size, pixel_format);
 
-    const FileHandle file(open_file(name, "rb"));
+    const FileHandle file(std::strlen(name) <= longest_name ? open_file(name, "rb") : nullptr);
     if (!file)
         return fail();
-    const std::int64_t available = bytes_left(file.get());
-    const auto unit = static_cast<std::int64_t>(sample_size(pixel_format));
-    if (!stack_is_believable(nrows, ncols, nslices, std::max<std::int64_t>(unit, 1), available) ||
-        !make_slices(nslices))
+    const Index available = bytes_left(file.get());
+    const auto unit = static_cast<Index>(sample_size(pixel_format));
+    if (!stack_is_believable(nrows, ncols, nslices, std::max<Index>(unit, 1), available))
         return fail();
     const auto read_slices = [&] {
+        make_slices(nslices);
         BlockReader reader(file.get());
         // Planes that the file doesn't fill are made of zeros, which take memory only when touched.
-        const std::int64_t slice_bytes = std::int64_t{nrows} * ncols * unit;
-        std::int64_t left = available;
-        PlaneStack whole_slices(nrows, ncols, Fill::none, static_cast<std::size_t>(nslices));
+        const Index slice_bytes = Index{nrows} * ncols * unit;
+        Index left = available;
+        PlaneStack whole_slices(nrows, ncols, Fill::none, nslices);
         for (int k = 0; k < nslices; ++k, left -= slice_bytes) {
             CImage& slice = slices[k];
             slice.nrows = nrows;
             slice.ncols = ncols;
             slice.pixel_format = pixel_format;
-            slice.file_format = raw_slice_code;
+            slice.file_format = FileFormat::raw;
             const Fill fill = unit > 0 && left >= slice_bytes ? Fill::none : Fill::zeros;
             Plane plane = fill == Fill::none ? whole_slices.next() : Plane(nrows, ncols);
             slice.pixels = plane.release();

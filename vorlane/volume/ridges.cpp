@@ -1,10 +1,11 @@
 #include <algorithm>
-#include <new>
 #include <utility>
 
 #include <vorlane/filters/gaussian_passes.h>
+#include <vorlane/image/guard.h>
 #include <vorlane/image/plane.h>
 #include <vorlane/volume/hessian_kernels.h>
+#include <vorlane/volume/slices.h>
 #include <vorlane/volume/smoothing.h>
 
 namespace {
@@ -15,126 +16,112 @@ using namespace vorlane;
 // the others, which the slices take over in the end.
 class SlicePlanes {
 public:
-    SlicePlanes(CVolume& volume, const std::vector<int>& indices, float** CImage::*field)
-        : field_(field) {
-        PlaneStack stack(volume.nrows, volume.ncols, Fill::none, indices.size());
-        for (const int k : indices) {
-            CImage& slice = volume.slices[k];
-            slices_.push_back(&slice);
-            Plane made;
-            if (!plane_holds(slice.*field, slice.nrows, slice.ncols))
-                made = stack.next();
-            planes_.push_back(made ? made.get() : slice.*field);
-            made_.push_back(std::move(made));
+    SlicePlanes(const std::vector<CImage*>& slices, float** CImage::*field)
+        : slices_(slices), field_(field),
+          stack_(slices[0]->nrows, slices[0]->ncols, Fill::none, slices.size()) {
+        for (const CImage* const slice : slices) {
+            made_.push_back(plane_for(*slice));
+            planes_.push_back(made_.back() ? made_.back().get() : slice->*field);
         }
     }
 
-    bool are_whole() const {
-        for (std::size_t k = 0; k < planes_.size(); ++k) {
-            if (!plane_holds(planes_[k], slices_[k]->nrows, slices_[k]->ncols))
-                return false;
-        }
-        return true;
-    }
-
-    const std::vector<float**>& planes() const { return planes_; }
+    float* const* operator[](std::size_t k) const { return planes_[k]; }
 
     void hand_over() {
         for (std::size_t k = 0; k < made_.size(); ++k) {
-            if (!made_[k])
-                continue;
-            free_2D_float_array(slices_[k]->*field_);
-            slices_[k]->*field_ = made_[k].release();
+            if (made_[k])
+                made_[k].hand_to(slices_[k]->*field_);
         }
     }
 
 private:
+    Plane plane_for(const CImage& slice) {
+        if (plane_holds(slice.*field_, slice.nrows, slice.ncols))
+            return {};
+        if (slice.nrows == slices_[0]->nrows && slice.ncols == slices_[0]->ncols)
+            return stack_.next();
+        return Plane(slice.nrows, slice.ncols, Fill::none);
+    }
+
+    const std::vector<CImage*>& slices_;
     float** CImage::*field_;
-    std::vector<CImage*> slices_;
-    std::vector<float**> planes_;
+    PlaneStack stack_;
+    std::vector<float* const*> planes_;
     std::vector<Plane> made_;
 };
 
-void clear(float* const* plane, std::size_t rows, std::size_t cols) {
-    for (std::size_t i = 0; i < rows; ++i)
-        std::fill(plane[i], plane[i] + cols, 0.0f);
-}
-
-void copy(const float* const* from, float* const* to, std::size_t rows, std::size_t cols) {
-    for (std::size_t i = 0; i < rows; ++i)
-        std::copy(from[i], from[i] + cols, to[i]);
-}
-
+// The three planes of every slice, and how much of them is the volume's.
 struct Results {
-    const std::vector<float**>& mag; // the smoothed volume on entry
-    const std::vector<float**>& dir;
-    const std::vector<float**>& scale;
+    const std::vector<CImage*>& slices;
+    const SlicePlanes& mag; // the smoothed slices on entry
+    const SlicePlanes& dir;
+    const SlicePlanes& scale;
+    Index rows, cols;
 
-    void clear_slice(std::size_t k, std::size_t rows, std::size_t cols) const {
-        for (float** const plane : {mag[k], dir[k], scale[k]})
-            clear(plane, rows, cols);
+    // Clears slice k but for `count` columns from `first` on in its row i.
+    void clear_row(std::size_t k, Index i, Index first, Index count) const {
+        for (float* const* const plane : {mag[k], dir[k], scale[k]}) {
+            std::fill(plane[i], plane[i] + first, 0.0f);
+            std::fill(plane[i] + first + count, plane[i] + slices[k]->ncols, 0.0f);
+        }
+    }
+    void clear_rows(std::size_t k, Index first, Index end) const {
+        for (Index i = first; i < end; ++i)
+            clear_row(k, i, 0, 0);
     }
 };
 
 // Replaces each slice by its results. Only the smoothed slices k - 1 and k have to be kept for it.
-bool find_eigenvalues(const Results& results, std::size_t rows, std::size_t cols) {
-    const std::size_t count = results.mag.size();
-    PlaneHandle before(
-        make_plane(static_cast<std::int64_t>(rows), static_cast<std::int64_t>(cols), Fill::none));
-    PlaneHandle here(
-        make_plane(static_cast<std::int64_t>(rows), static_cast<std::int64_t>(cols), Fill::none));
-    if (!before || !here)
-        return false;
+void find_eigenvalues(const Results& results) {
+    const auto& [slices, mag, dir, scale, rows, cols] = results;
+    Plane before(rows, cols, Fill::none);
+    Plane here(rows, cols, Fill::none);
+    const auto keep = [&](float* const* from, const Plane& to) {
+        for (Index i = 0; i < rows; ++i)
+            std::copy_n(from[i], cols, to[i]);
+    };
     const HessianKernels& kernels = pick_hessian_kernels();
-    copy(results.mag[0], before.get(), rows, cols);
-    results.clear_slice(0, rows, cols);
-    for (std::size_t k = 1; k + 1 < count; ++k) {
-        copy(results.mag[k], here.get(), rows, cols);
-        const float* const* const planes[3] = {before.get(), here.get(), results.mag[k + 1]};
-        for (std::size_t i = 0; i < rows; ++i) {
-            float* const outputs[3] = {results.mag[k][i], results.dir[k][i], results.scale[k][i]};
-            if (i == 0 || i + 1 == rows) {
-                for (float* const output : outputs)
-                    std::fill(output, output + cols, 0.0f);
-                continue;
-            }
+    keep(mag[0], before);
+    results.clear_rows(0, 0, slices[0]->nrows);
+    for (std::size_t k = 1; k + 1 < slices.size(); ++k) {
+        keep(mag[k], here);
+        const float* const* const planes[3] = {before.get(), here.get(), mag[k + 1]};
+        results.clear_rows(k, 0, 1);
+        for (Index i = 1; i < rows - 1; ++i) {
             const float* neighbours[3][3];
-            for (std::size_t s = 0; s < 3; ++s)
-                for (std::size_t r = 0; r < 3; ++r)
+            for (int s = 0; s < 3; ++s)
+                for (int r = 0; r < 3; ++r)
                     neighbours[s][r] = planes[s][i - 1 + r];
-            kernels.eigenvalues(neighbours, outputs[0], outputs[1], outputs[2], cols);
-            for (float* const output : outputs)
-                output[0] = output[cols - 1] = 0.0f;
+            kernels.eigenvalues(neighbours, mag[k][i], dir[k][i], scale[k][i], cols);
+            results.clear_row(k, i, 1, std::max<Index>(cols - 2, 0));
         }
+        results.clear_rows(k, std::max<Index>(rows - 1, 1), slices[k]->nrows);
         std::swap(before, here);
     }
-    results.clear_slice(count - 1, rows, cols);
-    return true;
+    results.clear_rows(slices.size() - 1, 0, slices.back()->nrows);
 }
 
 } // namespace
 
-void CVolume::ridges(float sigma, float, int, int, int) try {
-    if (!is_valid_sigma(sigma) || !has_slices())
+void CVolume::ridges(float sigma, float, int, int, int) {
+    if (!is_valid_sigma(sigma))
         return;
-    const std::vector<int> indices = slices_to_process(*this);
-    if (indices.empty())
-        return;
-    SlicePlanes mag(*this, indices, &CImage::mag_plane);
-    SlicePlanes dir(*this, indices, &CImage::dir_plane);
-    SlicePlanes scale(*this, indices, &CImage::scale_plane);
-    if (!mag.are_whole() || !dir.are_whole() || !scale.are_whole())
-        return;
-    const auto rows = static_cast<std::size_t>(nrows);
-    const auto cols = static_cast<std::size_t>(ncols);
-    std::vector<const float* const*> pixels;
-    for (const int k : indices)
-        pixels.push_back(slices[k].pixels);
-    if (!smooth_planes(pixels, mag.planes(), rows, cols, sigma) ||
-        !find_eigenvalues({mag.planes(), dir.planes(), scale.planes()}, rows, cols))
-        return;
-    mag.hand_over();
-    dir.hand_over();
-    scale.hand_over();
-} catch (const std::bad_alloc&) {
+    guarded([&] {
+        std::vector<CImage*> stack;
+        for (const int k : slices_to_process(*this))
+            stack.push_back(slices + k);
+        if (stack.empty())
+            return;
+        SlicePlanes mag(stack, &CImage::mag_plane);
+        SlicePlanes dir(stack, &CImage::dir_plane);
+        SlicePlanes scale(stack, &CImage::scale_plane);
+        std::vector<SliceTask> tasks;
+        for (std::size_t k = 0; k < stack.size(); ++k)
+            tasks.push_back({stack[k]->pixels, mag[k], stack[k]->nrows, stack[k]->ncols});
+        smooth_slices(tasks, nrows, ncols, sigma);
+        find_eigenvalues({stack, mag, dir, scale, nrows, ncols});
+        mag.hand_over();
+        dir.hand_over();
+        scale.hand_over();
+    });
 }

@@ -1,20 +1,21 @@
 // Private: what smoothing and ridges of a volume share.
 #pragma once
 
-#include <cstddef>
 #include <vector>
 
-#include <vorlane/volume/volume.h>
+#include <vorlane/image/index.h>
 
 namespace vorlane {
 
-// Indices of the slices that have pixels, out of `nslices`. None if one of these has another size
-// than the volume or a type without pixels.
-std::vector<int> slices_to_process(const CVolume& volume);
+// A slice in the making: rows x cols samples of `in` go, smoothed, into `out`.
+struct SliceTask {
+    const float* const* in;
+    float* const* out;
+    Index rows, cols;
+};
 
-// Smooths a stack of planes along all three axes, in[k] into out[k]. False if sigma isn't valid or
-// there is no memory for some lines.
-bool smooth_planes(const std::vector<const float* const*>& in, const std::vector<float**>& out,
-                   std::size_t rows, std::size_t cols, float sigma);
+// Smooths each slice in its plane and then, where the first rows x cols samples are, across the
+// slices.
+void smooth_slices(const std::vector<SliceTask>& slices, Index rows, Index cols, float sigma);
 
 } // namespace vorlane

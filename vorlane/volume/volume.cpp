@@ -1,8 +1,9 @@
 #include <vorlane/volume/volume.h>
 
-#include <cstdint>
-#include <new>
+#include <memory>
+#include <utility>
 
+#include <vorlane/image/guard.h>
 #include <vorlane/image/plane.h>
 
 using namespace vorlane;
@@ -11,7 +12,7 @@ constinit CRuntimeClass CVolume::classCVolume = {
     "CVolume", sizeof(CVolume), 0, &CVolume::CreateObject, &CObject::_GetBaseClass, nullptr};
 
 CObject* CVolume::CreateObject() {
-    return new (std::nothrow) CVolume;
+    return guarded([] { return std::make_unique<CVolume>(); });
 }
 
 CRuntimeClass* CVolume::GetRuntimeClass() const {
@@ -19,13 +20,14 @@ CRuntimeClass* CVolume::GetRuntimeClass() const {
 }
 
 CVolume::CVolume()
-    : nrows(0), ncols(0), nslices(0), image_type(0), pixel_format(6), file_format(4),
-      slices(nullptr), made_(nullptr), made_count_(0) {}
+    : nrows(0), ncols(0), nslices(0), image_type(0), pixel_format(PixelFormat::float32),
+      file_format(FileFormat::tq), slices(nullptr) {}
 
 CVolume::CVolume(int slice_count, int rows, int cols, int type, int file_code, int pixel_code)
     : nrows(rows), ncols(cols), nslices(slice_count), image_type(type), pixel_format(pixel_code),
-      file_format(file_code), slices(nullptr), made_(nullptr), made_count_(0) {
-    if (!make_slices(slice_count))
+      file_format(file_code), slices(nullptr) {
+    guarded([&] { make_slices(slice_count); });
+    if (!slices)
         return;
     const int channels = type == ImageType::colour ? 3 : 1;
     for (int k = 0; k < slice_count; ++k) {
@@ -34,7 +36,7 @@ CVolume::CVolume(int slice_count, int rows, int cols, int type, int file_code, i
         slice.ncols = cols;
         slice.image_type = type;
         slice.pixel_format = pixel_code;
-        slice.pixels = make_plane(rows, std::int64_t{channels} * cols);
+        slice.pixels = make_plane(rows, Index{channels} * cols);
     }
 }
 
@@ -42,14 +44,7 @@ CVolume::~CVolume() {
     delete[] slices;
 }
 
-bool CVolume::make_slices(int count) {
-    delete[] slices;
-    slices = count < 1 ? nullptr : new (std::nothrow) CImage[static_cast<std::size_t>(count)];
-    made_ = slices;
-    made_count_ = slices ? count : 0;
-    return slices != nullptr;
-}
-
-bool CVolume::has_slices() const {
-    return slices && nslices > 0 && (slices != made_ || nslices <= made_count_);
+void CVolume::make_slices(int count) {
+    CImage* const made = count < 1 ? nullptr : new CImage[count];
+    delete[] std::exchange(slices, made);
 }

@@ -7,10 +7,11 @@
 // no operation writes one.
 //
 // A slice of a series that couldn't be read is an empty image. smooth_volume and ridges leave such
-// slices alone and work as if they weren't there: their neighbours count as adjacent. All other
-// slices must have the size that the volume states; if one has another, or if there is nothing to
-// work on, these operations give null and change nothing. Of a colour slice, only the first ncols
-// samples of each row take part.
+// slices alone and work as if they weren't there: their neighbours count as adjacent. A slice that
+// is larger than the volume states is smoothed whole in its plane, and takes part across the slices
+// with its first nrows rows and ncols columns. If one is smaller, if the array is shorter than
+// nslices, or if there is nothing to work on, these operations give null and change nothing. Of a
+// colour slice, only the first ncols samples of each row take part.
 #pragma once
 
 #include <vorlane/image/image.h>
@@ -33,10 +34,9 @@ public:
     CVolume();
 
     // A volume of zeros. Mind the order: the number of slices comes first, and file_format before
-    // pixel_format. Each slice keeps file_format 4; of a colour slice, filters use the first ncols
-    // samples of each row. A
-    // number of slices below 1 makes no array, nor does one that the machine has no memory for; a
-    // negative number of rows or columns makes slices without pixels.
+    // pixel_format, which the slices get too; their file_format stays 4. Rows have room for colour
+    // if the type is 1. A number of slices below 1 makes no array, nor does one that the machine
+    // has no memory for; a negative number of rows or columns makes slices without pixels.
     CVolume(int nslices, int nrows, int ncols, int image_type, int file_format, int pixel_format);
 
     CVolume(const CVolume&) = delete;
@@ -58,15 +58,15 @@ public:
     //   6    suffix=TEXT         size=NUMBER     1 unsigned byte, 2 signed 16-bit integer,
     //                                            4 signed 32-bit integer, 40 32-bit float
     //
-    // Blanks may stand before a value; a text ends at the next blank and is cut after 99 bytes. A
+    // Blanks may stand before a value; a text ends at the next blank and has at most 99 bytes. A
     // line that doesn't fit, or a number that an int doesn't hold, sets nothing: a V2 field keeps
-    // its value, a V1 number is 0 and a V1 text empty.
+    // its value, a V1 number is 0 and a V1 text empty. A file whose name is longer than 99 bytes,
+    // with all that a V1 description puts together, counts as one that can't be opened.
     //
     // A new read releases the slices of an earlier one.
     int ReadVolume(const char* path);
 
-    // Reads a numbered series of images: slice n - START is DIRECTORY/PREFIXnSUFFIX, cut after 99
-    // bytes, in any format that CImage::ReadImage reads, n without leading zeros, up to the end
+    // Reads a numbered series of images: slice n - START is DIRECTORY/PREFIXnSUFFIX, in any format that CImage::ReadImage reads, n without leading zeros, up to the end
     // slice. An image that can't be read shows its own messages and leaves its slice empty. Sizes,
     // type and pixel_format become those of slice 0. Returns 0 and changes nothing if `path` can't
     // be opened (without a message) or there are less than 1 or more than 838860 slices ("Can't
@@ -105,13 +105,7 @@ public:
     void ridges(float sigma, float sigma_max, int n_scales, int bright, int dark);
 
 private:
-    // The array that the library itself made last, and its length: a read that failed may have left
-    // nslices larger.
-    const CImage* made_;
-    int made_count_;
-
-    bool make_slices(int count); // in place of those that there are
-    bool has_slices() const;
+    void make_slices(int count); // in place of those that there are; throws std::bad_alloc
 };
 
 // Filters one line of n samples in place with the Gaussian or derivative record `coef` that ga or
