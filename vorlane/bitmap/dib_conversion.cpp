@@ -8,6 +8,7 @@
 #include <vorlane/image/codes.h>
 #include <vorlane/image/guard.h>
 #include <vorlane/image/range.h>
+#include <vorlane/image/soundness.h>
 #include <vorlane/imagefiles/bmp_pixels.h>
 
 namespace {
@@ -53,7 +54,7 @@ void CDib::set_to_plane(int rows, int cols, int image_type, const float* const* 
 }
 
 void CDib::set_to_image(const CImage* image, int normalize, float lo, float hi) {
-    if (image)
+    if (image && holds_channels(*image, channels_read(image->image_type)))
         set_to_plane(image->nrows, image->ncols, image->image_type, image->pixels, normalize, lo,
                      hi);
 }
@@ -71,7 +72,8 @@ CDib::CDib(int rows, int cols, int image_type, const float* const* plane, int no
 }
 
 void CDib::set_to_image(const CImage* image, const int* table) {
-    if (!image || !image->pixels || !table)
+    if (!image || !image->pixels || !holds_channels(*image, channels_read(image->image_type)) ||
+        !table)
         return;
     if (!allocate(image->ncols, image->nrows, BitDepth::of(image->image_type)))
         return;

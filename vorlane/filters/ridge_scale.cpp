@@ -2,12 +2,10 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdint>
-#include <cstring>
-#include <new>
 #include <vector>
 
 #include <vorlane/filters/ridge_kernels.h>
+#include <vorlane/image/index.h>
 #include <vorlane/image/plane.h>
 
 namespace vorlane {
@@ -38,7 +36,7 @@ int whole(double value) {
 
 // The full arithmetic of what the kernel `steps` decides by bounds, at one pixel. False where the
 // image doesn't curve enough.
-bool find_step(const float* const* s, std::int64_t i, std::int64_t j, float sigma, Step& step) {
+bool find_step(const float* const* s, Index i, Index j, float sigma, Step& step) {
     const double centre = s[i][j];
     const auto rr = static_cast<float>((s[i - 1][j] - 2.0 * centre + s[i + 1][j]) * 0.25);
     const auto cc = static_cast<float>((s[i][j - 1] - 2.0 * centre + s[i][j + 1]) * 0.25);
@@ -64,32 +62,29 @@ bool find_step(const float* const* s, std::int64_t i, std::int64_t j, float sigm
 // Gradients of the rows around the one that is looked at; older rows give way to newer ones.
 class GradientRows {
 public:
-    GradientRows(const float* const* smooth, std::int64_t rows, std::int64_t cols,
-                 std::int64_t reach, const float* const* mask)
+    GradientRows(const float* const* smooth, Index rows, Index cols, Index reach,
+                 const float* const* mask)
         : smooth_(smooth), mask_(mask), rows_(rows), cols_(cols),
-          kept_(std::min(2 * reach + 1, rows)), store_(make_plane(2 * kept_, cols, Fill::none)),
-          along_rows_(static_cast<std::size_t>(rows)), along_cols_(static_cast<std::size_t>(rows)) {
-        if (!store_)
-            throw std::bad_alloc();
-    }
+          kept_(std::min(2 * reach + 1, rows)), store_(2 * kept_, cols, Fill::none),
+          along_rows_(rows), along_cols_(rows) {}
 
     const float* const* along_rows() const { return along_rows_.data(); }
     const float* const* along_cols() const { return along_cols_.data(); }
 
     // Makes sure of all rows up to `last`.
-    void advance(std::int64_t last) {
+    void advance(Index last) {
         for (; next_ <= std::min(last, rows_ - 1); ++next_)
             make_row(next_);
     }
 
 private:
     // Border pixels and those that the mask leaves out have no gradient.
-    void make_row(std::int64_t i) {
-        float* const r = store_.get()[2 * (i % kept_)];
-        float* const c = store_.get()[2 * (i % kept_) + 1];
-        along_rows_[static_cast<std::size_t>(i)] = r;
-        along_cols_[static_cast<std::size_t>(i)] = c;
-        const auto n = static_cast<std::size_t>(cols_);
+    void make_row(Index i) {
+        float* const r = store_[2 * (i % kept_)];
+        float* const c = store_[2 * (i % kept_) + 1];
+        along_rows_[i] = r;
+        along_cols_[i] = c;
+        const Index n = cols_;
         if (i < 1 || i >= rows_ - 1) {
             std::fill(r, r + n, 0.0f);
             std::fill(c, c + n, 0.0f);
@@ -99,7 +94,7 @@ private:
         r[0] = c[0] = r[n - 1] = c[n - 1] = 0.0f;
         if (!mask_)
             return;
-        for (std::size_t j = 0; j < n; ++j) {
+        for (Index j = 0; j < n; ++j) {
             r[j] = mask_[i][j] != 0.0f ? r[j] : 0.0f;
             c[j] = mask_[i][j] != 0.0f ? c[j] : 0.0f;
         }
@@ -107,11 +102,11 @@ private:
 
     const float* const* smooth_;
     const float* const* mask_;
-    std::int64_t rows_;
-    std::int64_t cols_;
-    std::int64_t kept_;
-    std::int64_t next_ = 0;
-    PlaneHandle store_;
+    Index rows_;
+    Index cols_;
+    Index kept_;
+    Index next_ = 0;
+    Plane store_;
     std::vector<const float*> along_rows_;
     std::vector<const float*> along_cols_;
 };
@@ -144,7 +139,7 @@ public:
                 const RidgeSearch& search)
         : smooth_(smooth), search_(search), sigma_(sigma), margin_(static_cast<int>(sigma) + 2),
           rows_(rows), cols_(cols), gradients_(smooth, rows, cols, margin_ - 1, search.mask),
-          lists_(static_cast<std::size_t>(cols)) {}
+          lists_(cols) {}
 
     void run() {
         for (int i = margin_; i < rows_ - margin_; ++i) {
@@ -162,9 +157,8 @@ private:
     void find_steps(int i) {
         RidgeSteps& steps = lists_.steps;
         steps.count = steps.open_count = 0;
-        pick_ridge_kernels().steps(smooth_[i - 1], smooth_[i], smooth_[i + 1],
-                                   static_cast<std::size_t>(margin_),
-                                   static_cast<std::size_t>(cols_ - margin_), sigma_, steps);
+        pick_ridge_kernels().steps(smooth_[i - 1], smooth_[i], smooth_[i + 1], margin_,
+                                   cols_ - margin_, sigma_, steps);
         for (std::size_t k = 0; k < steps.open_count; ++k) {
             Step step;
             if (!find_step(smooth_, i, steps.open_cols[k], sigma_, step))

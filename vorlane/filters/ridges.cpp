@@ -7,13 +7,12 @@
 #include <limits>
 #include <memory>
 #include <new>
-#include <utility>
 
 #include <vorlane/filters/gaussian_passes.h>
 #include <vorlane/filters/ridge_kernels.h>
 #include <vorlane/filters/ridge_scale.h>
-#include <vorlane/image/image_parts.h>
 #include <vorlane/image/range.h>
+#include <vorlane/image/results.h>
 
 namespace {
 
@@ -42,17 +41,12 @@ struct Scales {
 // Stretches the strengths to 0 to 1; not-a-numbers if no pixel has one.
 void normalise(float* const* mag, int rows, int cols) {
     const RangeKernels& kernels = pick_range_kernels();
-    const auto n = static_cast<std::size_t>(cols);
     Range range;
     range.max = 0.0f;
     for (int i = 0; i < rows; ++i)
-        kernels.widen(mag[i], n, 1, &range);
+        kernels.widen(mag[i], cols, 1, &range);
     for (int i = 0; i < rows; ++i)
-        kernels.stretch(mag[i], n, 1, &range, 1.0, 0.0);
-}
-
-void replace(float**& plane, PlaneHandle& by) {
-    free_2D_float_array(std::exchange(plane, by.release()));
+        kernels.stretch(mag[i], cols, 1, &range, 1.0, 0.0);
 }
 
 void print_scale(int scale, float sigma, void*) {
@@ -83,32 +77,28 @@ float bilinear_int(const float* const* grad_row, const float* const* grad_col, i
 void CImage::ridges(float sigma_min, float sigma_max, int n_scales, int bright, int dark,
                     const CImage* mask) {
     const Scales scales(sigma_min, sigma_max, n_scales);
-    if (!has_pixels(*this) || channel_count(image_type) == 0 || !scales.are_valid() ||
-        (mask && !plane_holds(mask->pixels, nrows, ncols)))
+    if (!is_sound(*this) || !scales.are_valid() ||
+        (mask && has_rows_and_columns(*this) && !plane_holds(mask->pixels, nrows, ncols)))
         return;
-    PlaneHandle mag(make_plane(nrows, ncols));
-    PlaneHandle dir(make_plane(nrows, ncols, Fill::none));
-    PlaneHandle scale(make_plane(nrows, ncols));
-    if (!mag || !dir || !scale)
-        return;
-    for (int i = 0; i < nrows; ++i)
-        std::fill(dir.get()[i], dir.get()[i] + ncols, no_angle);
-    const RidgeSearch search{bright != 0, dark != 0, mask ? mask->pixels : nullptr,
-                             mag.get(),   dir.get(), scale.get()};
-    for (int k = 0; k < n_scales; ++k) {
-        const float sigma = scales.at(k);
-        listener.progress(k, sigma, listener.context);
-        const std::unique_ptr<CImage> smooth(smooth_image(sigma));
-        if (!smooth)
-            return;
-        try {
+    guarded([&] {
+        Plane mag(nrows, ncols);
+        Plane dir(nrows, ncols, Fill::none);
+        Plane scale(nrows, ncols);
+        for (int i = 0; i < nrows; ++i)
+            std::fill_n(dir[i], ncols, no_angle);
+        const RidgeSearch search{bright != 0, dark != 0, mask ? mask->pixels : nullptr,
+                                 mag.get(),   dir.get(), scale.get()};
+        for (int k = 0; k < n_scales; ++k) {
+            const float sigma = scales.at(k);
+            listener.progress(k, sigma, listener.context);
+            const std::unique_ptr<CImage> smooth(smooth_image(sigma));
+            if (!smooth)
+                throw std::bad_alloc();
             search_scale(smooth->pixels, nrows, ncols, sigma, search);
-        } catch (const std::bad_alloc&) {
-            return;
         }
-    }
-    normalise(mag.get(), nrows, ncols);
-    replace(mag_plane, mag);
-    replace(dir_plane, dir);
-    replace(scale_plane, scale);
+        normalise(mag.get(), nrows, ncols);
+        mag.hand_to(mag_plane);
+        dir.hand_to(dir_plane);
+        scale.hand_to(scale_plane);
+    });
 }

@@ -11,7 +11,7 @@
 
 #include <vorlane/histogram/levels.h>
 #include <vorlane/histogram/owned_arrays.h>
-#include <vorlane/image/image_parts.h>
+#include <vorlane/image/soundness.h>
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include <vorlane/image/colour_weights.h>
-#include <vorlane/image/image_parts.h>
+#include <vorlane/image/soundness.h>
 
 namespace vorlane {
 

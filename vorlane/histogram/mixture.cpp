@@ -97,7 +97,7 @@ float CHistogram::FitNGaussians(int n) {
 float* CHistogram::FitGaussians(int first, int last, float threshold) {
     if (first < 1 || last < 1 || last > most_components || !has_counts(*this))
         return nullptr;
-    const PlaneHandle table(make_plane(last, std::int64_t{3} * last));
+    const Plane table(make_plane(last, std::int64_t{3} * last));
     FloatArray misfits(make_1D_float_array(last));
     if (!table || !misfits)
         return nullptr;

@@ -2,8 +2,8 @@
 
 #include <vorlane/image/colour_weights.h>
 #include <vorlane/image/failure.h>
-#include <vorlane/image/image_parts.h>
 #include <vorlane/image/range.h>
+#include <vorlane/image/results.h>
 
 namespace {
 
@@ -11,9 +11,10 @@ using namespace vorlane;
 
 constexpr float mark_level = 255.0f;
 
-// An unwritten image of the size and codes of `a`.
-std::unique_ptr<CImage> make_result(const CImage& a, int type) {
-    return make_unwritten_image(a.nrows, a.ncols, type, a.file_format, a.pixel_format);
+// The form of `a`, in colour if either is.
+Form joint_form(const CImage& a, const CImage& b) {
+    const bool is_gray = a.image_type == ImageType::gray && b.image_type == ImageType::gray;
+    return form_of(a).of_type(is_gray ? ImageType::gray : ImageType::colour);
 }
 
 bool can_combine(const CImage& a, const CImage* b) {
@@ -23,7 +24,7 @@ bool can_combine(const CImage& a, const CImage* b) {
         show_failure("The two images should have the same size");
         return false;
     }
-    return has_plane(a) && has_plane(*b);
+    return is_sound(a) && is_sound(*b);
 }
 
 // A sum or product of floats that is formed in double precision and then rounded is the one that
@@ -37,9 +38,9 @@ struct Product {
 
 // Each sample of a colour row with the gray sample of its pixel.
 template<class Operation>
-void combine_mixed(const float* colour, const float* gray, float* to, std::int64_t cols) {
-    for (std::int64_t j = 0; j < cols; ++j)
-        for (std::int64_t k = 0; k < 3; ++k)
+void combine_mixed(const float* colour, const float* gray, float* to, Index cols) {
+    for (Index j = 0; j < cols; ++j)
+        for (Index k = 0; k < 3; ++k)
             to[3 * j + k] = Operation::of(colour[3 * j + k], gray[j]);
 }
 
@@ -47,24 +48,22 @@ template<class Operation>
 CImage* combine(const CImage& a, const CImage* b) {
     if (!can_combine(a, b))
         return nullptr;
-    auto out = make_result(a, a.image_type | b->image_type);
-    if (!out)
-        return nullptr;
-    for (int i = 0; i < a.nrows; ++i) {
-        const float* const x = a.pixels[i];
-        const float* const y = b->pixels[i];
-        float* const to = out->pixels[i];
-        if (a.image_type == b->image_type) {
-            const std::int64_t n = samples_per_row(a);
-            for (std::int64_t j = 0; j < n; ++j)
-                to[j] = Operation::of(y[j], x[j]);
-        } else if (a.image_type == 0) {
-            combine_mixed<Operation>(y, x, to, a.ncols);
-        } else {
-            combine_mixed<Operation>(x, y, to, a.ncols);
+    return make_written(a, joint_form(a, *b), [&](CImage& out) {
+        for (int i = 0; i < a.nrows; ++i) {
+            const float* const x = a.pixels[i];
+            const float* const y = b->pixels[i];
+            float* const to = out.pixels[i];
+            if (a.image_type == b->image_type) {
+                const Index n = samples_per_row(a);
+                for (Index j = 0; j < n; ++j)
+                    to[j] = Operation::of(y[j], x[j]);
+            } else if (a.image_type == ImageType::gray) {
+                combine_mixed<Operation>(y, x, to, a.ncols);
+            } else {
+                combine_mixed<Operation>(x, y, to, a.ncols);
+            }
         }
-    }
-    return out.release();
+    });
 }
 
 struct Larger {
@@ -75,26 +74,26 @@ struct Smaller {
 };
 
 template<class Contest>
-void choose_gray(const float* a, const float* b, float* to, std::int64_t cols) {
-    for (std::int64_t j = 0; j < cols; ++j)
+void choose_gray(const float* a, const float* b, float* to, Index cols) {
+    for (Index j = 0; j < cols; ++j)
         to[j] = Contest::wins(a[j], b[j]) ? a[j] : b[j];
 }
 
 template<class Contest>
-void choose_colour(const float* a, const float* b, float* to, std::int64_t cols) {
-    for (std::int64_t j = 0; j < 3 * cols; j += 3) {
+void choose_colour(const float* a, const float* b, float* to, Index cols) {
+    for (Index j = 0; j < 3 * cols; j += 3) {
         const bool is_a = Contest::wins(mean_of_pixel(a + j), mean_of_pixel(b + j));
         const float* const from = is_a ? a : b;
-        for (std::int64_t k = j; k < j + 3; ++k)
+        for (Index k = j; k < j + 3; ++k)
             to[k] = from[k];
     }
 }
 
 template<class Contest>
-void choose_mixed(const float* colour, const float* gray, float* to, std::int64_t cols) {
-    for (std::int64_t j = 0; j < cols; ++j) {
+void choose_mixed(const float* colour, const float* gray, float* to, Index cols) {
+    for (Index j = 0; j < cols; ++j) {
         const bool is_colour = Contest::wins(mean_of_pixel(colour + 3 * j), gray[j]);
-        for (std::int64_t k = 3 * j; k < 3 * j + 3; ++k)
+        for (Index k = 3 * j; k < 3 * j + 3; ++k)
             to[k] = is_colour ? colour[k] : gray[j];
     }
 }
@@ -105,23 +104,21 @@ template<class Contest>
 CImage* choose(const CImage& a, const CImage* b) {
     if (!can_combine(a, b))
         return nullptr;
-    auto out = make_result(a, a.image_type | b->image_type);
-    if (!out)
-        return nullptr;
-    for (int i = 0; i < a.nrows; ++i) {
-        const float* const x = a.pixels[i];
-        const float* const y = b->pixels[i];
-        float* const to = out->pixels[i];
-        if (a.image_type == 0 && b->image_type == 0)
-            choose_gray<Contest>(x, y, to, a.ncols);
-        else if (a.image_type == 1 && b->image_type == 1)
-            choose_colour<Contest>(x, y, to, a.ncols);
-        else if (a.image_type == 0)
-            choose_mixed<Contest>(y, x, to, a.ncols);
-        else
-            choose_mixed<Contest>(x, y, to, a.ncols);
-    }
-    return out.release();
+    return make_written(a, joint_form(a, *b), [&](CImage& out) {
+        for (int i = 0; i < a.nrows; ++i) {
+            const float* const x = a.pixels[i];
+            const float* const y = b->pixels[i];
+            float* const to = out.pixels[i];
+            if (a.image_type == ImageType::gray && b->image_type == ImageType::gray)
+                choose_gray<Contest>(x, y, to, a.ncols);
+            else if (a.image_type == ImageType::colour && b->image_type == ImageType::colour)
+                choose_colour<Contest>(x, y, to, a.ncols);
+            else if (a.image_type == ImageType::gray)
+                choose_mixed<Contest>(y, x, to, a.ncols);
+            else
+                choose_mixed<Contest>(x, y, to, a.ncols);
+        }
+    });
 }
 
 bool marks(float sample) {
@@ -131,24 +128,20 @@ bool marks(float sample) {
 } // namespace
 
 CImage* CImage::Invert() const {
-    if (!has_plane(*this))
-        return nullptr;
-    auto out = make_result(*this, image_type);
-    if (!out)
-        return nullptr;
-    double mirror = 255.0;
-    if (image_type == 0) {
-        const Range range = find_range(pixels, nrows, ncols);
-        mirror = double{range.min} + double{range.max};
-    }
-    const std::int64_t n = samples_per_row(*this);
-    for (int i = 0; i < nrows; ++i) {
-        const float* const from = pixels[i];
-        float* const to = out->pixels[i];
-        for (std::int64_t j = 0; j < n; ++j)
-            to[j] = static_cast<float>(mirror - from[j]);
-    }
-    return out.release();
+    return make_from(*this, form_of(*this), [&](CImage& out) {
+        double mirror = 255.0;
+        if (image_type == ImageType::gray) {
+            const Range range = find_range(pixels, nrows, ncols);
+            mirror = double{range.min} + double{range.max};
+        }
+        const Index n = samples_per_row(*this);
+        for (int i = 0; i < nrows; ++i) {
+            const float* const from = pixels[i];
+            float* const to = out.pixels[i];
+            for (Index j = 0; j < n; ++j)
+                to[j] = static_cast<float>(mirror - from[j]);
+        }
+    });
 }
 
 CImage* CImage::Multseq(const CImage* b) const {
@@ -170,74 +163,69 @@ CImage* CImage::Minseq(const CImage* b) const {
 CImage* CImage::Orseq(const CImage* b) const {
     if (!can_combine(*this, b))
         return nullptr;
-    auto out = make_result(*this, image_type);
-    if (!out)
-        return nullptr;
-    const float max = find_range(pixels, nrows, ncols).max;
-    const std::int64_t channels = channel_count(image_type);
-    for (int i = 0; i < nrows; ++i) {
-        const float* const from = pixels[i];
-        const float* const mask = b->pixels[i];
-        float* const to = out->pixels[i];
-        if (channels == 1) {
-            for (std::int64_t j = 0; j < ncols; ++j)
-                to[j] = marks(mask[j]) ? max : from[j];
-        } else {
-            for (std::int64_t j = 0; j < ncols; ++j)
-                for (std::int64_t k = 3 * j; k < 3 * j + 3; ++k)
-                    to[k] = marks(mask[j]) ? max : from[k];
+    return make_written(*this, form_of(*this), [&](CImage& out) {
+        const float max = find_range(pixels, nrows, ncols).max;
+        const Index channels = channel_count(image_type);
+        for (int i = 0; i < nrows; ++i) {
+            const float* const from = pixels[i];
+            const float* const mask = b->pixels[i];
+            float* const to = out.pixels[i];
+            if (channels == 1) {
+                for (Index j = 0; j < ncols; ++j)
+                    to[j] = marks(mask[j]) ? max : from[j];
+            } else {
+                for (Index j = 0; j < ncols; ++j)
+                    for (Index k = 3 * j; k < 3 * j + 3; ++k)
+                        to[k] = marks(mask[j]) ? max : from[k];
+            }
         }
-    }
-    return out.release();
+    });
 }
 
 CImage* CImage::Andseq(const CImage* b) const {
     if (!can_combine(*this, b))
         return nullptr;
-    auto out = make_result(*this, image_type);
-    if (!out)
-        return nullptr;
-    for (int i = 0; i < nrows; ++i) {
-        const float* const from = pixels[i];
-        const float* const mask = b->pixels[i];
-        float* const to = out->pixels[i];
-        if (image_type == 0) {
-            for (std::int64_t j = 0; j < ncols; ++j)
-                to[j] = marks(mask[j]) ? from[j] : 0.0f;
-        } else {
-            for (std::int64_t j = 0; j < ncols; ++j)
-                for (std::int64_t k = 3 * j; k < 3 * j + 3; ++k)
-                    to[k] = marks(mask[j]) ? from[k] : 0.0f;
+    return make_written(*this, form_of(*this), [&](CImage& out) {
+        for (int i = 0; i < nrows; ++i) {
+            const float* const from = pixels[i];
+            const float* const mask = b->pixels[i];
+            float* const to = out.pixels[i];
+            if (image_type == ImageType::gray) {
+                for (Index j = 0; j < ncols; ++j)
+                    to[j] = marks(mask[j]) ? from[j] : 0.0f;
+            } else {
+                for (Index j = 0; j < ncols; ++j)
+                    for (Index k = 3 * j; k < 3 * j + 3; ++k)
+                        to[k] = marks(mask[j]) ? from[k] : 0.0f;
+            }
         }
-    }
-    return out.release();
+    });
 }
 
 CImage* CImage::Superpose(const CImage* b) const {
-    if (!b || !has_plane(*this) || !has_plane(*b) || b->nrows < nrows || b->ncols < ncols)
+    if (!b || !is_sound(*this) || !is_sound(*b) || b->nrows < nrows || b->ncols < ncols)
         return nullptr;
-    auto out = make_result(*this, 1);
-    if (!out)
-        return nullptr;
-    const Range range = image_type == 0 ? find_range(pixels, nrows, ncols) : Range{};
-    const double min = range.min;
-    const double width = double{range.max} - double{range.min};
-    for (int i = 0; i < nrows; ++i) {
-        const float* const from = pixels[i];
-        const float* const mask = b->pixels[i];
-        float* pixel = out->pixels[i];
-        for (std::int64_t j = 0; j < ncols; ++j, pixel += 3) {
-            const bool is_marked = marks(mask[j]);
-            if (image_type == 0) {
-                const auto level = static_cast<float>((from[j] - min) * 255.0 / width);
-                pixel[0] = is_marked ? mark_level : level;
-                pixel[1] = pixel[2] = is_marked ? 0.0f : level;
-            } else {
-                pixel[0] = is_marked ? mark_level : from[3 * j];
-                pixel[1] = is_marked ? 0.0f : from[3 * j + 1];
-                pixel[2] = is_marked ? 0.0f : from[3 * j + 2];
+    return make_written(*this, form_of(*this).of_type(ImageType::colour), [&](CImage& out) {
+        const Range range =
+            image_type == ImageType::gray ? find_range(pixels, nrows, ncols) : Range{};
+        const double min = range.min;
+        const double width = double{range.max} - double{range.min};
+        for (int i = 0; i < nrows; ++i) {
+            const float* const from = pixels[i];
+            const float* const mask = b->pixels[i];
+            float* pixel = out.pixels[i];
+            for (Index j = 0; j < ncols; ++j, pixel += 3) {
+                const bool is_marked = marks(mask[j]);
+                if (image_type == ImageType::gray) {
+                    const auto level = static_cast<float>((from[j] - min) * 255.0 / width);
+                    pixel[0] = is_marked ? mark_level : level;
+                    pixel[1] = pixel[2] = is_marked ? 0.0f : level;
+                } else {
+                    pixel[0] = is_marked ? mark_level : from[3 * j];
+                    pixel[1] = is_marked ? 0.0f : from[3 * j + 1];
+                    pixel[2] = is_marked ? 0.0f : from[3 * j + 2];
+                }
             }
         }
-    }
-    return out.release();
+    });
 }

@@ -7,8 +7,10 @@
 // make_2D_float_array.
 //
 // An operation that returns a CImage* makes a new object that the caller deletes, and leaves its
-// image as it was. Samples may have any value unless an operation says otherwise. An image without
-// pixels, or an argument without a meaning, gives null and changes nothing.
+// image as it was. Samples may have any value unless an operation says otherwise. An empty image,
+// of 0 rows or 0 columns, gives an empty result with the codes that the operation states. A plane
+// that holds less than the fields say, an argument without a meaning or a lack of memory gives null
+// and changes nothing, unless the operation says otherwise.
 #pragma once
 
 #include <vorlane/image/arrays.h>
@@ -19,21 +21,29 @@ class VORLANE_API CImage : public CObject {
 public:
     int nrows;
     int ncols;        // pixels in a row
-    int image_type;   // 0 gray, 1 colour; any other value: an image without pixels
+    int image_type;   // 0 gray, 1 colour; any other value: an image without pixels, unless a
+                      // host gives it some. ComputeRGB, MakeGray, edges_mag_dir, SobelFilter and
+                      // Threshold take those for colour if the plane is wide enough; other
+                      // operations give null.
     int pixel_format; // sample on file: 0 none stated, 4 unsigned byte, 5 signed 32-bit integer,
                       // 6 32-bit float, 7 signed 16-bit integer
     int file_format;  // 0 none stated, 1 PGM, 2 PPM, 3 BMP, 4 TQ, 5 AVI (movies only), 6 senvoc
                       // scanner file, 7 velk, 8 raw, 9 halvort
-    float** pixels; // gray: nrows x ncols; colour: nrows x 3 ncols, red, green, blue of pixel c at
-                    // 3c, 3c + 1, 3c + 2
-    float**
-        mag_plane; // nrows x ncols or null, also on a colour image: edge magnitude, ridge strength
-    float** dir_plane;   // the same: edge or ridge direction
-    float** scale_plane; // the same: scale of a ridge
+
+    // Gray: nrows x ncols; colour: nrows x 3 ncols, red, green, blue of pixel c at 3c, 3c + 1,
+    // 3c + 2.
+    float** pixels;
+
+    // nrows x ncols or null, also on a colour image.
+    float** mag_plane;   // edge magnitude, ridge strength
+    float** dir_plane;   // edge or ridge direction
+    float** scale_plane; // scale of a ridge
 
     static CRuntimeClass classCImage;
     static CObject* CreateObject(); // a new empty image, or null if there is no memory
     CRuntimeClass* GetRuntimeClass() const override;
+
+    // ==== Making and setting =====================================================================
 
     // An empty image: sizes and type 0, pixel_format 6, file_format 4, no planes.
     CImage();
@@ -46,15 +56,16 @@ public:
     CImage(int rows, int cols, int image_type, const float* const* source, int file_format,
            int pixel_format);
 
-    // A deep copy. Planes that the source lacks are null. Of null: an empty image.
-    explicit CImage(const CImage* source);
+    // A deep copy. Planes that the source lacks are null, and so are the pixels of a type other
+    // than 0 and 1. An empty image of null, or if there is no memory.
+    CImage(const CImage* source); // NOLINT(google-explicit-constructor): hosts pass pointers
     CImage(const CImage& source);
 
     ~CImage() override;
 
-    // Copies the five integers, and each plane that the source has. A plane that the source lacks
-    // stays as it was, so it may differ from the new size. A source with a type other than 0 and 1
-    // gives its integers only. Assigning an image to itself changes nothing.
+    // Copies the five integers, and each plane that the source has; its pixels only if its type is
+    // 0 or 1. A plane that the source lacks stays as it was, so it may differ from the new size.
+    // Assigning an image to itself changes nothing, nor does one that there is no memory for.
     void operator=(const CImage& source); // NOLINT(misc-unconventional-assign-operator)
 
     // Sets a pixel, all three samples of it on a colour image. Coordinates aren't checked.
@@ -74,8 +85,10 @@ public:
     // row. The table must cover every sample.
     void WindowCenter(const int* table);
 
-    // Colour conversion (vorlane/image/colour.h has the single-pixel forms). RGB_to_LUV and
-    // MakeGray are for colour images, MakeColor for gray ones; another image gives null.
+    // ==== Colour =================================================================================
+
+    // vorlane/image/colour.h has the single-pixel forms. RGB_to_LUV and MakeGray are for colour
+    // images, MakeColor for gray ones; another image gives null.
 
     // Splits a colour image into three gray images of the same size that the caller has made.
     // Changes nothing if this isn't a colour image, or if one of the three has too small a plane.
@@ -93,7 +106,9 @@ public:
     // open.
     CImage* RGB_to_LUV() const;
 
-    // Pixel arithmetic, in double precision, rounded once when stored. A result has the size and
+    // ==== Pixel arithmetic =======================================================================
+
+    // In double precision, rounded once when stored. A result has the size and
     // both codes of this image, a, also where b is the colour one, and none of the other three
     // planes. b may be a itself. Where the sizes differ, all but Superpose show "The two images
     // should have the same size" and give null.
@@ -125,14 +140,16 @@ public:
     CImage* Maxseq(const CImage* b) const;
     CImage* Minseq(const CImage* b) const;
 
-    // Neighbourhood filters. A window of `size` x `size` pixels reaches from size / 2 - size + 1 to
+    // ==== Neighbourhood filters ==================================================================
+
+    // A window of `size` x `size` pixels reaches from size / 2 - size + 1 to
     // size / 2 rows and columns off its pixel, so an even one reaches one further down and to the
     // right. It may be larger than the image; past the border the nearest pixel counts again.
 
     // The sample of rank size * size / 2 of the window, the upper middle one of an even number.
     // Channel by channel. Codes and type are those of this image; size 1 copies the pixels. The
-    // cost of a pixel grows with the side of the window, not with its area. Where a window holds
-    // not-a-numbers the result is one of its samples. Null for a size below 1.
+    // cost of a pixel grows with the side of the window, not with its area. Not-a-numbers rank
+    // above all else, as in rank_float_increasing. Null for a size below 1.
     CImage* Median(int size) const;
 
     // 255 where a sample is above `level`, else 0: a gray image with both codes of this one. On a
@@ -142,7 +159,8 @@ public:
     // The mean of a window whose weights fall linearly from 1 at the centre to about 0 at the
     // corner, size / 2 rows and columns away; a pixel that counts again has the weight of the place
     // where it stands. Channel by channel. Codes and type are those of this image. Null for a size
-    // below 2.
+    // below 2. The cost of a pixel is that of size * size products, also of those that count again:
+    // 40 x 40 pixels take half a minute at size 3000, and lifetimes at the largest int.
     CImage* DistanceFilter(int size) const;
 
     // The magnitude of the Sobel gradient, not divided by anything (a step of h gives 4 h), into
@@ -158,11 +176,13 @@ public:
 
     // Adds Gaussian noise of a standard deviation of `sigma`, not clamped; pixel_format 6. The
     // standard generator (rand) draws it, seeded at each call, also on a colour image, with the
-    // clock in seconds: calls within a second give the same noise. Null for a colour image. Source: G. Box and M. Muller, "A note
-    // on the generation of random normal deviates", 1958.
+    // clock in seconds: calls within a second give the same noise. Null for a colour image. Source:
+    // G. Box and M. Muller, "A note on the generation of random normal deviates", 1958.
     CImage* GNoise(float sigma) const;
 
-    // Drawing, into `pixels` and no other plane. Coordinates may lie anywhere: what falls outside
+    // ==== Drawing ================================================================================
+
+    // Into `pixels` and no other plane. Coordinates may lie anywhere: what falls outside
     // the image is left out. On a colour image a value goes to all three samples of a pixel, and a
     // pixel equals a value if all three do.
 
@@ -170,8 +190,8 @@ public:
     // image costs time.
     void DrawLine(int row1, int col1, int row2, int col2, float value);
 
-    // 360 points, one a degree, each at the nearest pixel; they aren't joined, so a circle of more
-    // than about 57 pixels has gaps.
+    // 360 points, one a degree, each at the nearest pixel; they aren't joined, so a circle of a
+    // radius above about 57 pixels has gaps.
     void DrawCircle(int row, int col, float radius, float value);
 
     // An upright cross with arms of `half_length` pixels on each side of the centre.
@@ -179,14 +199,16 @@ public:
 
     // Fills from a pixel on, through 4-neighbours, whatever isn't `boundary` and isn't `fill` yet.
     // Nothing changes if the start lies outside the image or has one of the two values, or if
-    // `fill` is not-a-number. Works along runs of a row: P. Heckbert, "A seed fill algorithm",
-    // 1990.
+    // `fill` is not-a-number. If there is no memory for the list of what is left to look at, the
+    // fill stays incomplete. Works along runs of a row: P. Heckbert, "A seed fill algorithm", 1990.
     void FillObject(int row, int col, float fill, float boundary);
 
     // In each row, sets all between the first and the last pixel that equal `value` to it.
     void FillConvexObject(float value);
 
-    // Crop and resampling. A result has type and both codes of this image; scale_plane is null. A
+    // ==== Crop and resampling ====================================================================
+
+    // A result has type and both codes of this image; scale_plane is null. A
     // mag_plane or dir_plane that is smaller than the image counts as missing.
 
     // The rectangle of rows x cols pixels whose first one is (first_row, first_col), with the same
@@ -197,8 +219,8 @@ public:
     // left over are dropped. Each pixel is the mean of a block of factor x factor, or, for factor 2
     // and mode 1, the sum of 3 x 3 pixels around every second one with the weights 0 1 0, 1 2 1,
     // 0 1 0, times the float 0.16666667; row 1 and column 1 stand in for those before the first.
-    // mag_plane is reduced likewise and stretched to 0 to 1 (equal samples become 0), dir_plane is
-    // averaged as plain numbers. Null for a factor below 1.
+    // mag_plane is reduced likewise and stretched to 0 to 1 (if what comes of it is constant, it
+    // becomes 0), dir_plane is averaged as plain numbers. Null for a factor below 1.
     CImage* Reduce(int factor, int mode) const;
 
     // Larger by a whole factor. Mode 1 interpolates bilinearly: pixel (i, j) stands at (factor i,
@@ -207,7 +229,9 @@ public:
     // of the result is more than an int.
     CImage* Enlarge(int factor, int mode) const;
 
-    // Geometric transforms. A result has type and both codes of this image and no further planes.
+    // ==== Geometric transforms ===================================================================
+
+    // A result has type and both codes of this image and no further planes.
     // Each pixel of it is looked up in the source, and is 0 where that lies outside.
 
     // Moves the picture down and to the right by whole pixels; negative shifts up and to the left.
@@ -224,8 +248,10 @@ public:
     // not-a-number, or if a side of the result is more than an int.
     CImage* Scale(float row_factor, float col_factor) const;
 
-    // The same to a given size; null if that is negative, or if this image has no pixels.
+    // The same to a given size; null if that is negative, or if this image is empty.
     CImage* Scale(int new_rows, int new_cols) const;
+
+    // ==== Files ==================================================================================
 
     // Reads a file in the format that its first bytes tell. Returns 1, or 0 after a message:
     // "CImage: Can't open file" (it can't be opened or read, or isn't a plain file; nothing has
@@ -243,7 +269,9 @@ public:
     // created or doesn't take all the data.
     int WriteImage(const char* path) const;
 
-    // Recursive filters; vorlane/filters/recursive_gaussian.h tells what they compute. `coef` is a
+    // ==== Gaussian filters =======================================================================
+
+    // vorlane/filters/recursive_gaussian.h tells what they compute. `coef` is a
     // record that ga or fdga has filled. Only the first ncols samples of a row are filtered, colour
     // or not; the rest of a new colour image is 0. Codes and type are those of this image.
     CImage* apply_IIR4_filter_x(const float* const* coef) const; // every row
@@ -263,16 +291,20 @@ public:
     CImage* first_derivative_x(float sigma) const;
     CImage* first_derivative_y(float sigma) const;
 
+    // ==== Edges ==================================================================================
+
     // Gradient magnitude and direction by Gaussian derivatives, into mag_plane and dir_plane;
-    // planes that are large enough are reused. The magnitude is divided by its largest value and is
-    // 0 in a border about 2 sigma wide; where nothing has a magnitude it is not-a-number. The
+    // planes that are large enough are reused, and may be left partly written if memory is short.
+    // The magnitude is divided by its largest value and is 0 in a border about 2 sigma wide; if
+    // nothing inside that border has a magnitude, the whole plane becomes not-a-number. The
     // direction, in radians from 0 to 2 pi, is that of increasing gray level: 0 towards larger j,
     // pi/2 towards larger i. On a colour image the channel with the largest magnitude decides.
     // Changes nothing if sigma isn't positive and finite.
     void edges_mag_dir(float sigma);
 
     // Keeps mag_plane where it isn't smaller than at its two neighbours across the edge, and 0
-    // elsewhere. Call edges_mag_dir first. Gray, pixel_format 6. Null without the two planes.
+    // elsewhere. Call edges_mag_dir first. Gray, pixel_format 6. Null without the two planes,
+    // unless the image is empty.
     CImage* non_maximum_suppression() const;
 
     // 255.0 at every pixel above `high` and not on the border, and at every pixel above `low` that
@@ -284,10 +316,12 @@ public:
     // Marks with 255.0, in `marks`, what hysteresis_thresholding marks around (row, col): pixels
     // above `low` that join it through pixels above `low` that aren't marked yet. The pixel's own
     // neighbours are looked at whether or not it is above `low` itself. The position may lie
-    // anywhere.
+    // anywhere. What is marked stays if memory is short.
     void follow_edge(CImage* marks, int row, int col, float low) const;
 
-    // Ridges: lines of any width that are brighter (`bright` not 0) or darker (`dark` not 0) than
+    // ==== Ridges =================================================================================
+
+    // Lines of any width that are brighter (`bright` not 0) or darker (`dark` not 0) than
     // what lies around them. At each of n_scales scales sigma, from sigma_min in equal steps to
     // sigma_max (a single one is sigma_min), the image is smoothed; a pixel is a ridge where the
     // image curves strongly in a direction and the gradients sigma pixels away on both sides point

@@ -2,12 +2,11 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
-#include <memory>
 #include <new>
 #include <utility>
 
 #include <vorlane/image/arrays.h>
+#include <vorlane/image/index.h>
 
 namespace vorlane {
 
@@ -17,19 +16,19 @@ enum class Fill {
 };
 
 // As make_2D_float_array, with sizes in 64 bits: a colour plane has 3 * cols columns.
-float** make_plane(std::int64_t rows, std::int64_t cols, Fill fill = Fill::zeros);
+float** make_plane(Index rows, Index cols, Fill fill = Fill::zeros);
 
 // A plane's row pointers alone, whatever they point to; null if there is no memory.
-float** make_row_table(std::int64_t rows, std::int64_t cols);
+float** make_row_table(Index rows, Index cols);
 
 // The size that the plane was made with. Only for planes made by this library. An image's fields
 // may have changed since its planes were made, so whoever touches a plane that an earlier call left
 // asks here.
-std::int64_t plane_rows(const float* const* plane);
-std::int64_t plane_cols(const float* const* plane);
+Index plane_rows(const float* const* plane);
+Index plane_cols(const float* const* plane);
 
 // True if `plane` exists and has at least rows x cols samples.
-bool plane_holds(const float* const* plane, std::int64_t rows, std::int64_t cols);
+bool plane_holds(const float* const* plane, Index rows, Index cols);
 
 // A plane that owns itself, or none.
 class Plane {
@@ -37,8 +36,7 @@ public:
     Plane() = default;
 
     // Throws std::bad_alloc if the plane can't be: a size is negative, or there is no memory.
-    Plane(std::int64_t rows, std::int64_t cols, Fill fill = Fill::zeros)
-        : plane_(make_plane(rows, cols, fill)) {
+    Plane(Index rows, Index cols, Fill fill = Fill::zeros) : plane_(make_plane(rows, cols, fill)) {
         if (!plane_)
             throw std::bad_alloc();
     }
@@ -54,10 +52,10 @@ public:
     ~Plane() { free_2D_float_array(plane_); }
 
     explicit operator bool() const { return plane_ != nullptr; }
-    std::int64_t rows() const { return plane_ ? plane_rows(plane_) : 0; }
-    std::int64_t cols() const { return plane_ ? plane_cols(plane_) : 0; }
+    Index rows() const { return plane_ ? plane_rows(plane_) : 0; }
+    Index cols() const { return plane_ ? plane_cols(plane_) : 0; }
 
-    float* operator[](std::int64_t row) const { return plane_[row]; }
+    float* operator[](Index row) const { return plane_[row]; }
     float** get() const { return plane_; }
 
     // Gives it away; there is none afterwards.
@@ -75,7 +73,7 @@ struct PlaneBlock;
 // with its last plane.
 class PlaneStack {
 public:
-    PlaneStack(std::int64_t rows, std::int64_t cols, Fill fill, std::size_t count);
+    PlaneStack(Index rows, Index cols, Fill fill, std::size_t count);
     ~PlaneStack();
     PlaneStack(const PlaneStack&) = delete;
     PlaneStack& operator=(const PlaneStack&) = delete;
@@ -85,8 +83,8 @@ public:
     Plane next();
 
 private:
-    std::int64_t rows_;
-    std::int64_t cols_;
+    Index rows_;
+    Index cols_;
     Fill fill_;
     std::size_t plane_size_;
     std::size_t left_;
@@ -94,10 +92,5 @@ private:
     unsigned char* at_ = nullptr;
     std::size_t left_in_block_ = 0;
 };
-
-struct FreePlane {
-    void operator()(float** plane) const { free_2D_float_array(plane); }
-};
-using PlaneHandle = std::unique_ptr<float*, FreePlane>;
 
 } // namespace vorlane

@@ -31,7 +31,7 @@ inline Range find_range(const float* const* plane, int rows, int cols) {
     const RangeKernels& kernels = pick_range_kernels();
     Range range;
     for (int i = 0; i < rows; ++i)
-        kernels.widen(plane[i], static_cast<std::size_t>(cols), 1, &range);
+        kernels.widen(plane[i], cols, 1, &range);
     return range;
 }
 

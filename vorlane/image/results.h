@@ -1,9 +1,9 @@
 // Private: the images that operators give.
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
 #include <memory>
+#include <new>
+#include <utility>
 
 #include <vorlane/image/guard.h>
 #include <vorlane/image/soundness.h>
@@ -42,27 +42,28 @@ inline std::unique_ptr<CImage> make_image(const Form& form, Fill fill = Fill::ze
         throw std::bad_alloc();
     auto image = std::make_unique<CImage>();
     set_form(*image, form);
-    image->pixels = Plane(form.nrows, std::int64_t{channels} * form.ncols, fill).release();
+    image->pixels = Plane(form.nrows, Index{channels} * form.ncols, fill).release();
     return image;
 }
 
-// What most operators give: a new image of this form, whose samples `write(image)` sets, every one
-// of them unless they are made of zeros. It isn't called for an empty source, whose result has no
-// samples either. Null if `source` isn't sound or if there is no memory.
+// A new image of this form, whose samples `write(image)` sets, every one of them unless they are
+// made of zeros. It isn't called for an empty source, whose result has no samples either. Null if
+// there is no memory.
 template<class Write>
-CImage* make_from(const CImage& source, const Form& form, Fill fill, Write&& write) {
-    return guarded([&]() -> std::unique_ptr<CImage> {
-        if (!is_sound(source))
-            return nullptr;
+CImage* make_written(const CImage& source, const Form& form, Write&& write,
+                     Fill fill = Fill::none) {
+    return guarded([&] {
         auto image = make_image(form, fill);
         if (has_rows_and_columns(source))
             write(*image);
         return image;
     });
 }
+
+// What most operators give: the same, or null if `source` isn't sound.
 template<class Write>
 CImage* make_from(const CImage& source, const Form& form, Write&& write) {
-    return make_from(source, form, Fill::none, std::forward<Write>(write));
+    return is_sound(source) ? make_written(source, form, std::forward<Write>(write)) : nullptr;
 }
 
 // The same by its integers; null if it can't be.

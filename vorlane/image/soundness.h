@@ -2,10 +2,9 @@
 // failed, so whoever touches a plane asks here what it holds; no operator asks in another way.
 #pragma once
 
-#include <cstdint>
-
 #include <vorlane/image/codes.h>
 #include <vorlane/image/image.h>
+#include <vorlane/image/index.h>
 #include <vorlane/image/plane.h>
 
 namespace vorlane {
@@ -16,8 +15,8 @@ constexpr int channel_count(int image_type) {
 }
 
 // Samples in a row of the plane.
-inline std::int64_t samples_per_row(const CImage& image) {
-    return std::int64_t{channel_count(image.image_type)} * image.ncols;
+inline Index samples_per_row(const CImage& image) {
+    return Index{channel_count(image.image_type)} * image.ncols;
 }
 
 inline bool has_rows_and_columns(const CImage& image) {
@@ -30,7 +29,7 @@ inline bool holds_channels(const CImage& image, int channels) {
     if (image.nrows < 0 || image.ncols < 0)
         return false;
     return !has_rows_and_columns(image) ||
-           plane_holds(image.pixels, image.nrows, std::int64_t{channels} * image.ncols);
+           plane_holds(image.pixels, image.nrows, Index{channels} * image.ncols);
 }
 
 // True if an operator can work on the image: it's empty, or its plane holds it. Nothing may be read
@@ -45,9 +44,9 @@ inline bool has_pixels(const CImage& image) {
     return has_rows_and_columns(image) && is_sound(image);
 }
 
-// Sound as three samples a pixel: some operators take any type but gray for colour.
-inline bool is_sound_colour(const CImage& image) {
-    return image.image_type != ImageType::gray && holds_channels(image, 3);
+// The channels that an operator reads which takes every type but gray for colour.
+constexpr int channels_read(int image_type) {
+    return image_type == ImageType::gray ? 1 : 3;
 }
 
 } // namespace vorlane

@@ -7,6 +7,7 @@
 #include <vorlane/image/codes.h>
 #include <vorlane/image/failure.h>
 #include <vorlane/image/image.h>
+#include <vorlane/image/soundness.h>
 #include <vorlane/imagefiles/reading.h>
 
 namespace {
@@ -23,15 +24,21 @@ struct ImageFormat {
     int (*write)(const CImage& image, const char* path); // null: it can't be written
 };
 
+// A plane that holds less than the fields say can't be written: it counts as none.
+const float* const* plane_of(const CImage& image) {
+    const int channels = image.image_type == ImageType::colour ? 3 : 1;
+    return holds_channels(image, channels) ? image.pixels : nullptr;
+}
+
 // In the order in which magics are tried. The empty one takes every file.
 constexpr ImageFormat image_formats[] = {
     {FileFormat::pgm, "P5", ImageType::gray, PixelFormat::byte, &pgm_reader,
      [](const CImage& image, const char* path) {
-         return write_pgm_image(image.pixels, path, image.nrows, image.ncols, image.image_type);
+         return write_pgm_image(plane_of(image), path, image.nrows, image.ncols, image.image_type);
      }},
     {FileFormat::ppm, "P6", ImageType::colour, PixelFormat::byte, &ppm_reader,
      [](const CImage& image, const char* path) {
-         return write_ppm_image(image.pixels, path, image.nrows, image.ncols, image.image_type);
+         return write_ppm_image(plane_of(image), path, image.nrows, image.ncols, image.image_type);
      }},
     {FileFormat::bmp,
      "BM",
@@ -39,7 +46,7 @@ constexpr ImageFormat image_formats[] = {
      PixelFormat::byte,
      &bmp_reader,
      [](const CImage& image, const char* path) {
-         return write_bmp_image(image.pixels, path, image.nrows, image.ncols, image.image_type);
+         return write_bmp_image(plane_of(image), path, image.nrows, image.ncols, image.image_type);
      }},
     {FileFormat::tq,
      "TQ",
@@ -47,7 +54,7 @@ constexpr ImageFormat image_formats[] = {
      {},
      &tq_reader,
      [](const CImage& image, const char* path) {
-         return write_tqf_image(image.pixels, path, image.nrows, image.ncols, image.image_type,
+         return write_tqf_image(plane_of(image), path, image.nrows, image.ncols, image.image_type,
                                 image.pixel_format);
      }},
     {FileFormat::velk,
@@ -56,7 +63,7 @@ constexpr ImageFormat image_formats[] = {
      {},
      nullptr,
      [](const CImage& image, const char* path) {
-         return write_velk_image(image.pixels, path, image.nrows, image.ncols);
+         return write_velk_image(plane_of(image), path, image.nrows, image.ncols);
      }},
     {FileFormat::raw,
      nullptr,
@@ -64,7 +71,8 @@ constexpr ImageFormat image_formats[] = {
      {},
      nullptr,
      [](const CImage& image, const char* path) {
-         return write_raw_image(image.pixels, path, image.nrows, image.ncols, image.pixel_format);
+         return write_raw_image(plane_of(image), path, image.nrows, image.ncols,
+                                image.pixel_format);
      }},
     {FileFormat::halvort,
      nullptr,
@@ -72,7 +80,7 @@ constexpr ImageFormat image_formats[] = {
      {},
      nullptr,
      [](const CImage& image, const char* path) {
-         return write_halvort_image(image.pixels, path, image.nrows, image.ncols);
+         return write_halvort_image(plane_of(image), path, image.nrows, image.ncols);
      }},
     {FileFormat::senvoc, "", ImageType::gray, PixelFormat::int16, &scanner_reader, nullptr},
 };

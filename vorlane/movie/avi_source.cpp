@@ -8,7 +8,7 @@
 
 #include <vorlane/image/codes.h>
 #include <vorlane/image/failure.h>
-#include <vorlane/image/image_parts.h>
+#include <vorlane/image/soundness.h>
 #include <vorlane/movie/avi_sink.h>
 
 namespace vorlane {

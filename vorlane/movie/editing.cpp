@@ -13,7 +13,7 @@
 #include <vorlane/image/codes.h>
 #include <vorlane/image/failure.h>
 #include <vorlane/image/guard.h>
-#include <vorlane/image/image_parts.h>
+#include <vorlane/image/soundness.h>
 #include <vorlane/movie/movie_files.h>
 
 using namespace vorlane;

@@ -1,6 +1,6 @@
 #include <vorlane/movie/tq_sink.h>
 
-#include <vorlane/image/image_parts.h>
+#include <vorlane/image/soundness.h>
 #include <vorlane/movie/tq_movie.h>
 #include <vorlane/movie/whole_plane.h>
 #include <vorlane/platform/system_files.h>

@@ -14,7 +14,7 @@
 #include <vorlane/bytes/colour_order.h>
 #include <vorlane/bytes/samples.h>
 #include <vorlane/image/codes.h>
-#include <vorlane/image/image_parts.h>
+#include <vorlane/image/soundness.h>
 #include <vorlane/movie/tq_movie.h>
 
 namespace vorlane {

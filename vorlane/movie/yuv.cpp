@@ -11,7 +11,7 @@
 #include <vorlane/image/codes.h>
 #include <vorlane/image/failure.h>
 #include <vorlane/image/guard.h>
-#include <vorlane/image/image_parts.h>
+#include <vorlane/image/results.h>
 #include <vorlane/movie/movie_files.h>
 #include <vorlane/platform/system_files.h>
 

@@ -1,8 +1,6 @@
 #include <vorlane/image/image.h>
 
-#include <cstdint>
-
-#include <vorlane/image/image_parts.h>
+#include <vorlane/image/results.h>
 #include <vorlane/operators/neighbourhood_kernels.h>
 
 namespace {
@@ -10,44 +8,40 @@ namespace {
 using namespace vorlane;
 
 // 0 where a pixel isn't 0; on a colour image, where any of its samples isn't.
-void mark_objects(const float* from, float* to, std::int64_t cols, int channels) {
+void mark_objects(const float* from, float* to, Index cols, int channels) {
     if (channels == 1) {
-        for (std::int64_t j = 0; j < cols; ++j)
+        for (Index j = 0; j < cols; ++j)
             to[j] = from[j] != 0.0f ? 0.0f : far_away;
         return;
     }
-    for (std::int64_t j = 0; j < cols; ++j, from += 3) {
+    for (Index j = 0; j < cols; ++j, from += 3) {
         const bool is_object = (from[0] != 0.0f) | (from[1] != 0.0f) | (from[2] != 0.0f);
         to[j] = is_object ? 0.0f : far_away;
     }
 }
 
 // The first third of a row becomes whole pixels of three equal samples.
-void widen_to_colour(float* row, std::int64_t cols) {
-    for (std::int64_t j = cols; j-- > 0;)
+void widen_to_colour(float* row, Index cols) {
+    for (Index j = cols; j-- > 0;)
         row[3 * j] = row[3 * j + 1] = row[3 * j + 2] = row[j];
 }
 
 } // namespace
 
 CImage* CImage::Chamfer() const {
-    if (!has_plane(*this))
-        return nullptr;
-    auto out = make_unwritten_image(nrows, ncols, image_type, 0, 6);
-    if (!out || !has_pixels(*this))
-        return out.release();
-    const NeighbourhoodKernels& kernels = pick_neighbourhood_kernels();
-    const auto cols = static_cast<std::size_t>(ncols);
-    float* const* const rows = out->pixels;
-    for (int i = 0; i < nrows; ++i) {
-        mark_objects(pixels[i], rows[i], ncols, channel_count(image_type));
-        kernels.spread_right(i > 0 ? rows[i - 1] : nullptr, rows[i], cols);
-    }
-    for (int i = nrows - 1; i >= 0; --i)
-        kernels.spread_left(i + 1 < nrows ? rows[i + 1] : nullptr, rows[i], cols);
-    if (image_type == 1) {
-        for (int i = 0; i < nrows; ++i)
-            widen_to_colour(rows[i], ncols);
-    }
-    return out.release();
+    const Form form = form_of(*this).as(PixelFormat::float32).in_file(FileFormat::none);
+    return make_from(*this, form, [&](CImage& out) {
+        const NeighbourhoodKernels& kernels = pick_neighbourhood_kernels();
+        float* const* const rows = out.pixels;
+        for (int i = 0; i < nrows; ++i) {
+            mark_objects(pixels[i], rows[i], ncols, channel_count(image_type));
+            kernels.spread_right(i > 0 ? rows[i - 1] : nullptr, rows[i], ncols);
+        }
+        for (int i = nrows - 1; i >= 0; --i)
+            kernels.spread_left(i + 1 < nrows ? rows[i + 1] : nullptr, rows[i], ncols);
+        if (image_type == ImageType::colour) {
+            for (int i = 0; i < nrows; ++i)
+                widen_to_colour(rows[i], ncols);
+        }
+    });
 }

@@ -1,10 +1,9 @@
 #include <vorlane/image/image.h>
 
 #include <cmath>
-#include <cstdint>
 
 #include <vorlane/image/digital_line.h>
-#include <vorlane/image/image_parts.h>
+#include <vorlane/image/soundness.h>
 
 namespace {
 
@@ -30,27 +29,23 @@ bool is_on_pixel(double position, int size) {
     return position > -1.0 && position < size;
 }
 
-bool can_draw(const CImage& image) {
-    return has_plane(image) && has_pixels(image);
-}
-
 } // namespace
 
 void CImage::DrawLine(int row1, int col1, int row2, int col2, float value) {
-    if (can_draw(*this))
+    if (has_pixels(*this))
         draw(*this, DigitalLine(row1, col1, row2, col2), value);
 }
 
 void CImage::DrawCross(int row, int col, float value, int half_length) {
-    if (!can_draw(*this))
+    if (!has_pixels(*this))
         return;
-    const std::int64_t arm = half_length;
+    const Index arm = half_length;
     draw(*this, DigitalLine(row - arm, col, row + arm, col), value);
     draw(*this, DigitalLine(row, col - arm, row, col + arm), value);
 }
 
 void CImage::DrawCircle(int row, int col, float radius, float value) {
-    if (!can_draw(*this))
+    if (!has_pixels(*this))
         return;
     for (int degree = 0; degree < 360; ++degree) {
         const double angle = degree * double{one_degree};

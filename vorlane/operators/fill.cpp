@@ -1,18 +1,17 @@
 #include <vorlane/image/image.h>
 
 #include <cmath>
-#include <cstdint>
-#include <new>
 #include <vector>
 
-#include <vorlane/image/image_parts.h>
+#include <vorlane/image/guard.h>
+#include <vorlane/image/soundness.h>
 
 namespace {
 
 using namespace vorlane;
 
 template<int channels>
-bool equals(const float* row, std::int64_t col, float value) {
+bool equals(const float* row, Index col, float value) {
     const float* const pixel = row + channels * col;
     if constexpr (channels == 1)
         return pixel[0] == value;
@@ -21,8 +20,8 @@ bool equals(const float* row, std::int64_t col, float value) {
 }
 
 template<int channels>
-void set(float* row, std::int64_t begin, std::int64_t end, float value) {
-    for (std::int64_t k = channels * begin; k < channels * end; ++k)
+void set(float* row, Index begin, Index end, float value) {
+    for (Index k = channels * begin; k < channels * end; ++k)
         row[k] = value;
 }
 
@@ -103,20 +102,21 @@ void fill_between(float* row, int cols, float value) {
 } // namespace
 
 void CImage::FillObject(int row, int col, float fill, float boundary) {
-    if (!has_plane(*this) || row < 0 || row >= nrows || col < 0 || col >= ncols || std::isnan(fill))
+    if (!has_pixels(*this) || row < 0 || row >= nrows || col < 0 || col >= ncols ||
+        std::isnan(fill))
         return;
-    try {
-        if (image_type == 0)
+    guarded([&] {
+        if (image_type == ImageType::gray)
             Filler<1>(*this, fill, boundary).fill_from(row, col);
         else
             Filler<3>(*this, fill, boundary).fill_from(row, col);
-    } catch (const std::bad_alloc&) { // the fill stays incomplete
-    }
+    });
 }
 
 void CImage::FillConvexObject(float value) {
-    if (!has_plane(*this))
+    if (!has_pixels(*this))
         return;
     for (int i = 0; i < nrows; ++i)
-        (image_type == 0 ? fill_between<1> : fill_between<3>)(pixels[i], ncols, value);
+        (image_type == ImageType::gray ? fill_between<1> : fill_between<3>)(pixels[i], ncols,
+                                                                            value);
 }

@@ -3,30 +3,23 @@
 #include <algorithm>
 #include <cmath>
 #include <memory>
-#include <new>
-#include <utility>
+#include <vector>
 
 #include <vorlane/image/colour_weights.h>
-#include <vorlane/image/image_parts.h>
+#include <vorlane/image/results.h>
 #include <vorlane/operators/neighbourhood_kernels.h>
 
 namespace {
 
 using namespace vorlane;
-using std::int64_t;
-using std::size_t;
 
-size_t count_of(int64_t n) {
-    return static_cast<size_t>(n);
-}
-
-void threshold_row(const float* from, float* to, int64_t cols, float level) {
-    for (int64_t j = 0; j < cols; ++j)
+void threshold_row(const float* from, float* to, Index cols, float level) {
+    for (Index j = 0; j < cols; ++j)
         to[j] = from[j] > level ? 255.0f : 0.0f;
 }
 
-void threshold_colour_row(const float* from, float* to, int64_t cols, float level) {
-    for (int64_t j = 0; j < cols; ++j, from += 3) {
+void threshold_colour_row(const float* from, float* to, Index cols, float level) {
+    for (Index j = 0; j < cols; ++j, from += 3) {
         const bool is_above = (from[0] > level) & (from[1] > level) & (from[2] > level);
         to[j] = is_above ? 255.0f : 0.0f;
     }
@@ -36,49 +29,43 @@ void threshold_colour_row(const float* from, float* to, int64_t cols, float leve
 class DistanceWeights {
 public:
     // For distances below `rows` and `cols`.
-    DistanceWeights(int64_t half, int64_t rows, int64_t cols)
-        : cols_(cols), weights_(new (std::nothrow) double[count_of(rows * cols)]) {
-        if (!weights_)
-            return;
+    DistanceWeights(Index half, Index rows, Index cols) : cols_(cols), weights_(rows * cols) {
+        double* weight = weights_.data();
         const auto corner =
             double{static_cast<float>(std::sqrt(2.0 * static_cast<double>(half * half)))};
-        for (int64_t a = 0; a < rows; ++a) {
-            for (int64_t b = 0; b < cols; ++b) {
+        for (Index a = 0; a < rows; ++a) {
+            for (Index b = 0; b < cols; ++b) {
                 const double distance = std::sqrt(static_cast<double>(a * a + b * b));
-                weights_[count_of(a * cols + b)] = (corner - distance) / corner;
+                *weight++ = (corner - distance) / corner;
             }
         }
     }
 
-    bool is_made() const { return weights_ != nullptr; }
-    const double* row(int64_t rows_away) const { return &weights_[count_of(rows_away * cols_)]; }
+    const double* row(Index rows_away) const { return weights_.data() + rows_away * cols_; }
 
 private:
-    int64_t cols_;
-    std::unique_ptr<double[]> weights_;
+    Index cols_;
+    std::vector<double> weights_;
 };
 
 // The window of a DistanceFilter around the pixels of one row. Positions are clamped to the image,
 // and a weight is that of the clamped position.
 class DistanceWindow {
 public:
-    DistanceWindow(const CImage& image, const DistanceWeights& weights, int64_t size)
+    DistanceWindow(const CImage& image, const DistanceWeights& weights, Index size)
         : image_(image), weights_(weights), size_(size), first_(size / 2 - size + 1),
-          channels_(channel_count(image.image_type)),
-          rows_(new (std::nothrow) const float*[count_of(size)]),
-          row_weights_(new (std::nothrow) const double*[count_of(size)]) {}
+          channels_(channel_count(image.image_type)), rows_(std::make_unique<const float*[]>(size)),
+          row_weights_(std::make_unique<const double*[]>(size)) {}
 
-    bool is_made() const { return rows_ && row_weights_; }
-
-    void filter_row(int64_t row, float* to) {
-        const int64_t last = size_ / 2;
-        for (int64_t a = 0; a < size_; ++a) {
-            const int64_t from = std::clamp<int64_t>(row + first_ + a, 0, image_.nrows - 1);
-            rows_[count_of(a)] = image_.pixels[from];
-            row_weights_[count_of(a)] = weights_.row(std::abs(row - from));
+    void filter_row(Index row, float* to) {
+        const Index last = size_ / 2;
+        for (Index a = 0; a < size_; ++a) {
+            const Index from = std::clamp<Index>(row + first_ + a, 0, image_.nrows - 1);
+            rows_[a] = image_.pixels[from];
+            row_weights_[a] = weights_.row(std::abs(row - from));
         }
-        const int64_t begin = std::min<int64_t>(-first_, image_.ncols);
-        const int64_t end = std::max(begin, image_.ncols - last);
+        const Index begin = std::min<Index>(-first_, image_.ncols);
+        const Index end = std::max(begin, image_.ncols - last);
         filter_borders(to, 0, begin);
         filter_borders(to, end, image_.ncols);
         if (begin < end)
@@ -86,17 +73,16 @@ public:
     }
 
 private:
-    void filter_borders(float* to, int64_t begin, int64_t end) const {
-        for (int64_t col = begin; col < end; ++col) {
-            for (int64_t k = 0; k < channels_; ++k) {
+    void filter_borders(float* to, Index begin, Index end) const {
+        for (Index col = begin; col < end; ++col) {
+            for (Index k = 0; k < channels_; ++k) {
                 double sum = 0.0;
                 double total = 0.0;
-                for (int64_t a = 0; a < size_; ++a) {
-                    for (int64_t b = 0; b < size_; ++b) {
-                        const int64_t from =
-                            std::clamp<int64_t>(col + first_ + b, 0, image_.ncols - 1);
-                        const double weight = row_weights_[count_of(a)][std::abs(col - from)];
-                        sum += weight * rows_[count_of(a)][channels_ * from + k];
+                for (Index a = 0; a < size_; ++a) {
+                    for (Index b = 0; b < size_; ++b) {
+                        const Index from = std::clamp<Index>(col + first_ + b, 0, image_.ncols - 1);
+                        const double weight = row_weights_[a][std::abs(col - from)];
+                        sum += weight * rows_[a][channels_ * from + k];
                         total += weight;
                     }
                 }
@@ -106,25 +92,25 @@ private:
     }
 
     // From `begin` on, the window's first column is the image's.
-    void filter_inside(float* to, int64_t begin, int64_t end) const {
+    void filter_inside(float* to, Index begin, Index end) const {
         double total = 0.0;
-        for (int64_t a = 0; a < size_; ++a)
-            for (int64_t b = 0; b < size_; ++b)
-                total += row_weights_[count_of(a)][std::abs(first_ + b)];
-        const WindowRows window = {rows_.get(),
-                                   row_weights_.get(),
-                                   count_of(size_),
-                                   count_of(size_),
-                                   first_,
-                                   count_of(channels_),
-                                   total};
+        for (Index a = 0; a < size_; ++a)
+            for (Index b = 0; b < size_; ++b)
+                total += row_weights_[a][std::abs(first_ + b)];
+        WindowRows window{};
+        window.rows = rows_.get();
+        window.weights = row_weights_.get();
+        window.row_count = window.col_count = size_;
+        window.first_offset = first_;
+        window.channels = channels_;
+        window.total = total;
         pick_neighbourhood_kernels().weighted_mean(window, to + channels_ * begin,
-                                                   count_of(channels_ * (end - begin)));
+                                                   channels_ * (end - begin));
     }
 
     const CImage& image_;
     const DistanceWeights& weights_;
-    int64_t size_, first_, channels_;
+    Index size_, first_, channels_;
     std::unique_ptr<const float*[]> rows_;
     std::unique_ptr<const double*[]> row_weights_;
 };
@@ -133,19 +119,17 @@ private:
 // as they are asked for. The latest three stay valid.
 class GrayRows {
 public:
-    explicit GrayRows(const CImage& image) : image_(image) {
-        if (image.image_type == 1)
-            rows_.reset(make_plane(3, image.ncols, Fill::none));
+    explicit GrayRows(const CImage& image)
+        : image_(image),
+          rows_(image.image_type == ImageType::gray ? Plane() : Plane(3, image.ncols, Fill::none)) {
     }
-
-    bool is_made() const { return image_.image_type == 0 || rows_; }
 
     const float* row(int i) {
         if (!rows_)
             return image_.pixels[i];
-        float* const to = rows_.get()[i % 3];
+        float* const to = rows_[i % 3];
         if (i >= made_) {
-            for (int64_t j = 0; j < image_.ncols; ++j)
+            for (Index j = 0; j < image_.ncols; ++j)
                 to[j] = static_cast<float>(mean_of_pixel(image_.pixels[i] + 3 * j));
             made_ = i + 1;
         }
@@ -154,55 +138,47 @@ public:
 
 private:
     const CImage& image_;
-    PlaneHandle rows_;
+    Plane rows_;
     int made_ = 0;
 };
 
 } // namespace
 
 CImage* CImage::Threshold(float level) const {
-    if (!has_plane(*this))
+    if (!holds_channels(*this, channels_read(image_type)))
         return nullptr;
-    auto out = make_unwritten_image(nrows, ncols, 0, file_format, pixel_format);
-    if (!out)
-        return nullptr;
-    for (int i = 0; i < nrows; ++i)
-        (image_type == 0 ? threshold_row : threshold_colour_row)(pixels[i], out->pixels[i], ncols,
-                                                                 level);
-    return out.release();
+    return make_written(*this, form_of(*this).of_type(ImageType::gray), [&](CImage& out) {
+        const auto threshold = image_type == ImageType::gray ? threshold_row : threshold_colour_row;
+        for (int i = 0; i < nrows; ++i)
+            threshold(pixels[i], out.pixels[i], ncols, level);
+    });
 }
 
 CImage* CImage::DistanceFilter(int size) const {
-    if (!has_plane(*this) || size < 2)
+    if (size < 2)
         return nullptr;
-    auto out = make_unwritten_image(nrows, ncols, image_type, file_format, pixel_format);
-    if (!out || !has_pixels(*this))
-        return out.release();
-    const int half = size / 2;
-    const DistanceWeights weights(half, std::min(half + 1, nrows), std::min(half + 1, ncols));
-    DistanceWindow window(*this, weights, size);
-    if (!weights.is_made() || !window.is_made())
-        return nullptr;
-    for (int i = 0; i < nrows; ++i)
-        window.filter_row(i, out->pixels[i]);
-    return out.release();
+    return make_from(*this, form_of(*this), [&](CImage& out) {
+        const int half = size / 2;
+        const DistanceWeights weights(half, std::min(half + 1, nrows), std::min(half + 1, ncols));
+        DistanceWindow window(*this, weights, size);
+        for (int i = 0; i < nrows; ++i)
+            window.filter_row(i, out.pixels[i]);
+    });
 }
 
 void CImage::SobelFilter() {
-    if (!has_plane(*this))
+    if (!holds_channels(*this, channels_read(image_type)))
         return;
-    if (!plane_holds(mag_plane, nrows, ncols)) {
-        float** const plane = make_plane(nrows, ncols);
-        if (!plane)
+    guarded([&] {
+        GrayRows gray(*this);
+        if (!plane_holds(mag_plane, nrows, ncols))
+            Plane(nrows, ncols).hand_to(mag_plane);
+        if (nrows < 3 || ncols < 3)
             return;
-        free_2D_float_array(std::exchange(mag_plane, plane));
-    }
-    GrayRows gray(*this);
-    if (nrows < 3 || ncols < 3 || !gray.is_made())
-        return;
-    const NeighbourhoodKernels& kernels = pick_neighbourhood_kernels();
-    for (int i = 1; i < nrows - 1; ++i) {
-        const float* const rows[3] = {gray.row(i - 1), gray.row(i), gray.row(i + 1)};
-        kernels.sobel(rows, mag_plane[i], count_of(ncols));
-    }
+        const NeighbourhoodKernels& kernels = pick_neighbourhood_kernels();
+        for (int i = 1; i < nrows - 1; ++i) {
+            const float* const rows[3] = {gray.row(i - 1), gray.row(i), gray.row(i + 1)};
+            kernels.sobel(rows, mag_plane[i], ncols);
+        }
+    });
 }

@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <ctime>
 
-#include <vorlane/image/image_parts.h>
+#include <vorlane/image/results.h>
 
 namespace {
 
@@ -26,21 +26,19 @@ float draw_unit() {
 
 CImage* CImage::GNoise(float sigma) const {
     std::srand(static_cast<unsigned>(std::time(nullptr))); // NOLINT(cert-msc51-cpp)
-    if (image_type != 0 || !pixels)
+    if (image_type != ImageType::gray)
         return nullptr;
-    auto out = make_unwritten_image(nrows, ncols, 0, file_format, 6);
-    if (!out)
-        return nullptr;
-    for (int i = 0; i < nrows; ++i) {
-        const float* const from = pixels[i];
-        float* const to = out->pixels[i];
-        for (int j = 0; j < ncols; ++j) {
-            const float u1 = draw_unit();
-            const float u2 = draw_unit();
-            const auto radius = static_cast<float>(std::sqrt(-2.0 * std::log(double{u1})));
-            const double angle = double{u2} * double{full_turn};
-            to[j] = static_cast<float>(from[j] + double{sigma} * radius * std::sin(angle));
+    return make_from(*this, form_of(*this).as(PixelFormat::float32), [&](CImage& out) {
+        for (int i = 0; i < nrows; ++i) {
+            const float* const from = pixels[i];
+            float* const to = out.pixels[i];
+            for (int j = 0; j < ncols; ++j) {
+                const float u1 = draw_unit();
+                const float u2 = draw_unit();
+                const auto radius = static_cast<float>(std::sqrt(-2.0 * std::log(double{u1})));
+                const double angle = double{u2} * double{full_turn};
+                to[j] = static_cast<float>(from[j] + double{sigma} * radius * std::sin(angle));
+            }
         }
-    }
-    return out.release();
+    });
 }

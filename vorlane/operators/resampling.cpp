@@ -1,26 +1,40 @@
 #include <vorlane/image/image.h>
 
 #include <algorithm>
-#include <cstring>
 #include <limits>
 #include <memory>
-#include <new>
 
-#include <vorlane/image/image_parts.h>
 #include <vorlane/image/range.h>
+#include <vorlane/image/results.h>
 
 namespace {
 
 using namespace vorlane;
-using std::int64_t;
 
 // Smooths before every second sample is taken; the weights add up to 6.
 constexpr float reduction_mask[3][3] = {{0, 1, 0}, {1, 2, 1}, {0, 1, 0}};
 constexpr float one_sixth = 0.16666667f;
 
-// The source's mag_plane or dir_plane, or null if it doesn't have the image's size.
-const float* const* whole_plane(const CImage& image, float** plane) {
-    return plane_holds(plane, image.nrows, image.ncols) ? plane : nullptr;
+// A new image of `rows` x `cols` pixels, with the mag_plane and dir_plane that the source has in the
+// image's size. `resample(from, to, channels)` fills pixels and planes.
+template<class Resample>
+CImage* make_resampled(const CImage& source, int rows, int cols, Resample resample) {
+    return guarded([&]() -> std::unique_ptr<CImage> {
+        if (!is_sound(source))
+            return nullptr;
+        auto out = make_image(form_of(source).of_size(rows, cols), Fill::none);
+        const bool is_empty = !has_rows_and_columns(source);
+        if (!is_empty)
+            resample(source.pixels, out->pixels, channel_count(source.image_type));
+        for (float** CImage::*const field : {&CImage::mag_plane, &CImage::dir_plane}) {
+            if (!plane_holds(source.*field, source.nrows, source.ncols))
+                continue;
+            (*out).*field = Plane(rows, cols, Fill::none).release();
+            if (!is_empty)
+                resample(source.*field, (*out).*field, 1);
+        }
+        return out;
+    });
 }
 
 struct Rectangle {
@@ -28,10 +42,9 @@ struct Rectangle {
 };
 
 void copy_rectangle(const float* const* from, float* const* to, const Rectangle& part,
-                    int64_t channels) {
-    const auto bytes = static_cast<std::size_t>(channels * part.cols) * sizeof(float);
+                    Index channels) {
     for (int i = 0; i < part.rows; ++i)
-        std::memcpy(to[i], from[part.row + i] + channels * part.col, bytes);
+        std::copy_n(from[part.row + i] + channels * part.col, channels * part.cols, to[i]);
 }
 
 enum class Reduction { mean, filtered };
@@ -39,14 +52,14 @@ enum class Reduction { mean, filtered };
 // The mean of blocks of factor x factor pixels, row by row. A factor that the compiler knows makes
 // lanes of the pixels; `known` is 0 for any other.
 template<int channels, int known>
-void reduce_row_by_mean(const float* const* from, float* to, int64_t cols, int64_t any_factor) {
-    const int64_t factor = known ? known : any_factor;
+void reduce_row_by_mean(const float* const* from, float* to, Index cols, Index any_factor) {
+    const Index factor = known ? known : any_factor;
     const auto area = static_cast<double>(factor * factor);
-    for (int64_t j = 0; j < cols; ++j) {
+    for (Index j = 0; j < cols; ++j) {
         double sum[channels] = {};
-        for (int64_t r = 0; r < factor; ++r) {
+        for (Index r = 0; r < factor; ++r) {
             const float* const block = from[r] + channels * factor * j;
-            for (int64_t c = 0; c < channels * factor; c += channels)
+            for (Index c = 0; c < channels * factor; c += channels)
                 for (int k = 0; k < channels; ++k)
                     sum[k] += block[c + k];
         }
@@ -58,10 +71,10 @@ void reduce_row_by_mean(const float* const* from, float* to, int64_t cols, int64
 // All nine terms count, those of weight 0 too: an infinite sample under one of them gives
 // not-a-number.
 template<int channels>
-void reduce_row_filtered(const float* const from[3], float* to, int64_t cols) {
-    for (int64_t j = 0; j < cols; ++j) {
-        const int64_t at[3] = {channels * (j == 0 ? 1 : 2 * j - 1), channels * 2 * j,
-                               channels * (2 * j + 1)};
+void reduce_row_filtered(const float* const from[3], float* to, Index cols) {
+    for (Index j = 0; j < cols; ++j) {
+        const Index at[3] = {channels * (j == 0 ? 1 : 2 * j - 1), channels * 2 * j,
+                             channels * (2 * j + 1)};
         for (int k = 0; k < channels; ++k) {
             double sum = 0.0;
             for (int a = 0; a < 3; ++a)
@@ -76,7 +89,7 @@ void reduce_row_filtered(const float* const from[3], float* to, int64_t cols) {
 template<int channels>
 void reduce_plane(const float* const* from, float* const* to, int rows, int cols, int factor,
                   Reduction reduction) {
-    for (int64_t i = 0; i < rows; ++i) {
+    for (Index i = 0; i < rows; ++i) {
         if (reduction == Reduction::mean) {
             (factor == 2 ? reduce_row_by_mean<channels, 2>
                          : reduce_row_by_mean<channels, 0>)(from + i * factor, to[i], cols, factor);
@@ -91,19 +104,18 @@ void reduce_plane(const float* const* from, float* const* to, int rows, int cols
 // Stretches the plane to 0 to 1; one of equal samples becomes 0.
 void normalize_plane(float* const* plane, int rows, int cols) {
     const Range range = find_range(plane, rows, cols);
-    const auto n = static_cast<std::size_t>(cols);
     for (int i = 0; i < rows; ++i) {
         if (range.min == range.max)
-            std::fill_n(plane[i], n, 0.0f);
+            std::fill_n(plane[i], cols, 0.0f);
         else
-            pick_range_kernels().stretch(plane[i], n, 1, &range, 1.0, 0.0);
+            pick_range_kernels().stretch(plane[i], cols, 1, &range, 1.0, 0.0);
     }
 }
 
 template<int channels>
-void replicate_row(const float* from, float* to, int64_t cols, int64_t factor) {
-    for (int64_t j = 0; j < cols; ++j, from += channels)
-        for (int64_t b = 0; b < factor; ++b, to += channels)
+void replicate_row(const float* from, float* to, Index cols, Index factor) {
+    for (Index j = 0; j < cols; ++j, from += channels)
+        for (Index b = 0; b < factor; ++b, to += channels)
             for (int k = 0; k < channels; ++k)
                 to[k] = from[k];
 }
@@ -114,9 +126,9 @@ struct Weights {
     double pixel, right, below, diagonal;
 };
 
-void make_weights(Weights* weights, int64_t factor, int64_t a) {
-    const auto weight = [](int64_t area) { return double{static_cast<float>(area)}; };
-    for (int64_t b = 0; b < factor; ++b) {
+void make_weights(Weights* weights, Index factor, Index a) {
+    const auto weight = [](Index area) { return double{static_cast<float>(area)}; };
+    for (Index b = 0; b < factor; ++b) {
         weights[b] = {weight((factor - a) * (factor - b)), weight((factor - a) * b),
                       weight(a * (factor - b)), weight(a * b)};
     }
@@ -124,125 +136,85 @@ void make_weights(Weights* weights, int64_t factor, int64_t a) {
 
 // Between two rows of the source; `known` as above.
 template<int channels, int known>
-void interpolate_row(const float* upper, const float* lower, float* to, int64_t cols,
-                     const Weights* weights, int64_t any_factor) {
-    const int64_t factor = known ? known : any_factor;
+void interpolate_row(const float* upper, const float* lower, float* to, Index cols,
+                     const Weights* weights, Index any_factor) {
+    const Index factor = known ? known : any_factor;
     const auto area = static_cast<double>(factor * factor);
-    const auto interpolate = [&](int64_t j, int64_t right) {
-        for (int64_t b = 0; b < factor; ++b) {
+    const auto interpolate = [&](Index j, Index right) {
+        for (Index b = 0; b < factor; ++b) {
             const Weights w = weights[b];
-            for (int64_t k = channels * j; k < channels * (j + 1); ++k) {
+            for (Index k = channels * j; k < channels * (j + 1); ++k) {
                 const double sum = lower[k + right] * w.diagonal + lower[k] * w.below +
                                    upper[k + right] * w.right + upper[k] * w.pixel;
                 to[channels * ((factor - 1) * j + b) + k] = static_cast<float>(sum / area);
             }
         }
     };
-    for (int64_t j = 0; j + 1 < cols; ++j)
+    for (Index j = 0; j + 1 < cols; ++j)
         interpolate(j, channels);
     interpolate(cols - 1, 0); // the last column is repeated
 }
 
 template<int channels>
 void replicate_plane(const float* const* from, float* const* to, int rows, int cols, int factor) {
-    const auto bytes = static_cast<std::size_t>(cols) * static_cast<std::size_t>(factor) *
-                       channels * sizeof(float);
-    for (int64_t i = 0; i < rows; ++i) {
+    for (Index i = 0; i < rows; ++i) {
         float* const* const block = to + i * factor;
         replicate_row<channels>(from[i], block[0], cols, factor);
         for (int a = 1; a < factor; ++a)
-            std::memcpy(block[a], block[0], bytes);
+            std::copy_n(block[0], Index{channels} * cols * factor, block[a]);
     }
 }
 
 template<int channels>
-bool interpolate_plane(const float* const* from, float* const* to, int rows, int cols, int factor) {
-    const std::unique_ptr<Weights[]> weights(new (std::nothrow)
-                                                 Weights[static_cast<std::size_t>(factor)]);
-    if (!weights)
-        return false;
-    for (int64_t a = 0; a < factor; ++a) {
+void interpolate_plane(const float* const* from, float* const* to, int rows, int cols, int factor) {
+    const auto weights = std::make_unique<Weights[]>(factor);
+    for (Index a = 0; a < factor; ++a) {
         make_weights(weights.get(), factor, a);
-        for (int64_t i = 0; i < rows; ++i)
+        for (Index i = 0; i < rows; ++i)
             (factor == 2 ? interpolate_row<channels, 2>
                          : interpolate_row<channels, 0>)(from[i], from[i + 1 < rows ? i + 1 : i],
                                                          to[i * factor + a], cols, weights.get(),
                                                          factor);
     }
-    return true;
 }
 
 } // namespace
 
 CImage* CImage::Extract(int first_row, int first_col, int rows, int cols) const {
-    if (!has_plane(*this) || first_row < 0 || first_col < 0 || rows < 0 || cols < 0 ||
-        int64_t{first_row} + rows > nrows || int64_t{first_col} + cols > ncols)
+    if (first_row < 0 || first_col < 0 || rows < 0 || cols < 0 || Index{first_row} + rows > nrows ||
+        Index{first_col} + cols > ncols)
         return nullptr;
-    auto out = make_unwritten_image(rows, cols, image_type, file_format, pixel_format);
-    if (!out)
-        return nullptr;
-    const Rectangle part = {first_row, first_col, rows, cols};
-    copy_rectangle(pixels, out->pixels, part, channel_count(image_type));
-    const auto carry = [&](float** from, float**& to) {
-        const float* const* const source = whole_plane(*this, from);
-        if (!source)
-            return true;
-        to = make_plane(rows, cols, Fill::none);
-        if (to)
-            copy_rectangle(source, to, part, 1);
-        return to != nullptr;
+    const auto copy = [&](const float* const* from, float* const* to, int channels) {
+        copy_rectangle(from, to, {first_row, first_col, rows, cols}, channels);
     };
-    if (!carry(mag_plane, out->mag_plane) || !carry(dir_plane, out->dir_plane))
-        return nullptr;
-    return out.release();
+    return make_resampled(*this, rows, cols, copy);
 }
 
 CImage* CImage::Reduce(int factor, int mode) const {
-    if (!has_plane(*this) || factor < 1)
+    if (factor < 1)
         return nullptr;
     const int rows = nrows / factor;
     const int cols = ncols / factor;
     const Reduction reduction = factor == 2 && mode == 1 ? Reduction::filtered : Reduction::mean;
-    auto out = make_unwritten_image(rows, cols, image_type, file_format, pixel_format);
-    if (!out)
-        return nullptr;
-    if (image_type == 0)
-        reduce_plane<1>(pixels, out->pixels, rows, cols, factor, reduction);
-    else
-        reduce_plane<3>(pixels, out->pixels, rows, cols, factor, reduction);
-    const auto carry = [&](float** from, float**& to) {
-        const float* const* const source = whole_plane(*this, from);
-        if (!source)
-            return true;
-        to = make_plane(rows, cols, Fill::none);
-        if (to)
-            reduce_plane<1>(source, to, rows, cols, factor, reduction);
-        return to != nullptr;
+    const auto reduce = [&](const float* const* from, float* const* to, int channels) {
+        (channels == 1 ? reduce_plane<1> : reduce_plane<3>)(from, to, rows, cols, factor,
+                                                            reduction);
     };
-    if (!carry(mag_plane, out->mag_plane) || !carry(dir_plane, out->dir_plane))
-        return nullptr;
-    if (out->mag_plane)
+    CImage* const out = make_resampled(*this, rows, cols, reduce);
+    if (out && out->mag_plane)
         normalize_plane(out->mag_plane, rows, cols);
-    return out.release();
+    return out;
 }
 
 CImage* CImage::Enlarge(int factor, int mode) const {
     constexpr int largest = std::numeric_limits<int>::max();
-    if (!has_plane(*this) || factor < 1 || nrows > largest / factor || ncols > largest / factor)
+    if (factor < 1 || nrows > largest / factor || ncols > largest / factor)
         return nullptr;
-    auto out =
-        make_unwritten_image(nrows * factor, ncols * factor, image_type, file_format, pixel_format);
-    if (!out)
-        return nullptr;
-    bool is_done = true;
-    if (!has_pixels(*this))
-        return out.release();
-    if (mode != 1)
-        (image_type == 0 ? replicate_plane<1> : replicate_plane<3>)(pixels, out->pixels, nrows,
-                                                                    ncols, factor);
-    else
-        is_done =
-            (image_type == 0 ? interpolate_plane<1> : interpolate_plane<3>)(pixels, out->pixels,
-                                                                            nrows, ncols, factor);
-    return is_done ? out.release() : nullptr;
+    const bool is_gray = image_type == ImageType::gray;
+    const auto interpolate = is_gray ? interpolate_plane<1> : interpolate_plane<3>;
+    const auto replicate = is_gray ? replicate_plane<1> : replicate_plane<3>;
+    return make_from(
+        *this, form_of(*this).of_size(nrows * factor, ncols * factor), [&](CImage& out) {
+            (mode == 1 ? interpolate : replicate)(pixels, out.pixels, nrows, ncols, factor);
+        });
 }

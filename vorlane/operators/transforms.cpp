@@ -2,28 +2,20 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <limits>
 #include <memory>
-#include <new>
 
-#include <vorlane/image/image_parts.h>
+#include <vorlane/image/results.h>
 #include <vorlane/operators/sampling_kernels.h>
 
 namespace {
 
 using namespace vorlane;
-using std::int64_t;
 
 constexpr float minus_one_degree = -0.017453292f; // turns the result's grid into the source's
 
-std::unique_ptr<CImage> make_result(const CImage& source, int rows, int cols) {
-    return make_unwritten_image(rows, cols, source.image_type, source.file_format,
-                                source.pixel_format);
-}
-
 struct Span {
-    int64_t begin, end;
+    Index begin, end;
 
     bool is_empty() const { return begin >= end; }
 };
@@ -40,17 +32,17 @@ void restrict_to(Span& span, Condition holds) {
             span.end = span.begin;
         return;
     }
-    int64_t same = span.begin;
-    int64_t other = span.end - 1;
+    Index same = span.begin;
+    Index other = span.end - 1;
     while (other - same > 1) {
-        const int64_t middle = same + (other - same) / 2;
+        const Index middle = same + (other - same) / 2;
         (holds(middle) == first ? same : other) = middle;
     }
     (first ? span.end : span.begin) = other;
 }
 
 // Clears the pixels of a row outside the span.
-void clear_outside(float* row, const Span& span, int64_t cols, int64_t channels) {
+void clear_outside(float* row, const Span& span, Index cols, Index channels) {
     if (span.is_empty()) {
         std::fill_n(row, channels * cols, 0.0f);
         return;
@@ -70,13 +62,13 @@ float col_position(const Turn& turn, double dr, double dc) {
 // moves in one direction along a row, roundings included.
 Span columns_inside(const Turn& turn, double dr, int rows, int cols) {
     Span span = {0, cols};
-    const auto dc = [&](int64_t col) { return static_cast<double>(col) - turn.centre_col; };
-    restrict_to(span, [&](int64_t col) { return row_position(turn, dr, dc(col)) >= 0.0f; });
+    const auto dc = [&](Index col) { return static_cast<double>(col) - turn.centre_col; };
+    restrict_to(span, [&](Index col) { return row_position(turn, dr, dc(col)) >= 0.0f; });
     restrict_to(span,
-                [&](int64_t col) { return double{row_position(turn, dr, dc(col))} < rows - 1; });
-    restrict_to(span, [&](int64_t col) { return col_position(turn, dr, dc(col)) >= 0.0f; });
+                [&](Index col) { return double{row_position(turn, dr, dc(col))} < rows - 1; });
+    restrict_to(span, [&](Index col) { return col_position(turn, dr, dc(col)) >= 0.0f; });
     restrict_to(span,
-                [&](int64_t col) { return double{col_position(turn, dr, dc(col))} < cols - 1; });
+                [&](Index col) { return double{col_position(turn, dr, dc(col))} < cols - 1; });
     return span;
 }
 
@@ -89,93 +81,78 @@ int scaled_side(int side, float factor) {
 }
 
 CImage* scale(const CImage& source, int rows, int cols, float row_factor, float col_factor) {
-    auto out = make_result(source, rows, cols);
-    const auto count = static_cast<std::size_t>(cols);
-    const std::unique_ptr<std::int32_t[]> whole(new (std::nothrow) std::int32_t[count]);
-    const std::unique_ptr<float[]> fraction(new (std::nothrow) float[count]);
-    if (!out || !whole || !fraction)
-        return nullptr;
-    // The whole part is that of the unrounded quotient, so a fraction may be 1.
-    Span inside = {0, 0};
-    for (; inside.end < cols; ++inside.end) {
-        const double x = static_cast<double>(inside.end) / double{col_factor};
-        const auto rounded = static_cast<float>(x);
-        if (!(rounded < source.ncols - 1.0) || !(x < source.ncols - 1.0))
-            break;
-        whole[inside.end] = static_cast<std::int32_t>(x);
-        fraction[inside.end] = static_cast<float>(double{rounded} - whole[inside.end]);
-    }
-    const auto channels = static_cast<std::size_t>(channel_count(source.image_type));
-    const SamplingKernels& kernels = pick_sampling_kernels();
-    for (int i = 0; i < rows; ++i) {
-        const double y = i / double{row_factor};
-        float* const to = out->pixels[i];
-        if (inside.is_empty() || !(y < source.nrows - 1.0)) {
-            std::fill_n(to, channels * count, 0.0f);
-            continue;
+    return make_from(source, form_of(source).of_size(rows, cols), [&](CImage& out) {
+        const auto whole = std::make_unique<std::int32_t[]>(cols);
+        const auto fraction = std::make_unique<float[]>(cols);
+        // The whole part is that of the unrounded quotient, so a fraction may be 1.
+        Span inside = {0, 0};
+        for (; inside.end < cols; ++inside.end) {
+            const double x = static_cast<double>(inside.end) / double{col_factor};
+            const auto rounded = static_cast<float>(x);
+            if (!(rounded < source.ncols - 1.0) || !(x < source.ncols - 1.0))
+                break;
+            whole[inside.end] = static_cast<std::int32_t>(x);
+            fraction[inside.end] = static_cast<float>(double{rounded} - whole[inside.end]);
         }
-        const auto row = static_cast<std::int32_t>(y);
-        kernels.scale_row(source.pixels[row], source.pixels[row + 1], channels,
-                          {whole.get(), fraction.get()}, y - row, to,
-                          static_cast<std::size_t>(inside.end));
-        clear_outside(to, inside, cols, static_cast<int64_t>(channels));
-    }
-    return out.release();
+        const Index channels = channel_count(source.image_type);
+        const SamplingKernels& kernels = pick_sampling_kernels();
+        for (int i = 0; i < rows; ++i) {
+            const double y = i / double{row_factor};
+            float* const to = out.pixels[i];
+            if (inside.is_empty() || !(y < source.nrows - 1.0)) {
+                clear_outside(to, {0, 0}, cols, channels);
+                continue;
+            }
+            const auto row = static_cast<std::int32_t>(y);
+            kernels.scale_row(source.pixels[row], source.pixels[row + 1], channels,
+                              {whole.get(), fraction.get()}, y - row, to, inside.end);
+            clear_outside(to, inside, cols, channels);
+        }
+    });
 }
 
 } // namespace
 
 CImage* CImage::Translate(int row_shift, int col_shift) const {
-    if (!has_plane(*this))
-        return nullptr;
-    auto out = make_result(*this, nrows, ncols);
-    if (!out)
-        return nullptr;
-    const int64_t channels = channel_count(image_type);
-    const int64_t shift = col_shift;
-    const Span inside = {std::max<int64_t>(shift, 0), std::min<int64_t>(ncols + shift, ncols)};
-    for (int i = 0; i < nrows; ++i) {
-        const int64_t row = int64_t{i} - row_shift;
-        const bool is_outside = inside.is_empty() || row < 0 || row >= nrows;
-        float* const to = out->pixels[i];
-        clear_outside(to, is_outside ? Span{0, 0} : inside, ncols, channels);
-        if (!is_outside)
-            std::copy_n(pixels[row] + channels * (inside.begin - shift),
-                        channels * (inside.end - inside.begin), to + channels * inside.begin);
-    }
-    return out.release();
+    return make_from(*this, form_of(*this), [&](CImage& out) {
+        const Index channels = channel_count(image_type);
+        const Index shift = col_shift;
+        const Span inside = {std::max<Index>(shift, 0), std::min<Index>(ncols + shift, ncols)};
+        for (int i = 0; i < nrows; ++i) {
+            const Index row = Index{i} - row_shift;
+            const bool is_outside = inside.is_empty() || row < 0 || row >= nrows;
+            float* const to = out.pixels[i];
+            clear_outside(to, is_outside ? Span{0, 0} : inside, ncols, channels);
+            if (!is_outside)
+                std::copy_n(pixels[row] + channels * (inside.begin - shift),
+                            channels * (inside.end - inside.begin), to + channels * inside.begin);
+        }
+    });
 }
 
 CImage* CImage::Rotate(int degrees) const {
-    if (!has_plane(*this))
-        return nullptr;
-    auto out = make_result(*this, nrows, ncols);
-    if (!out)
-        return nullptr;
-    const auto angle = static_cast<float>(degrees * double{minus_one_degree});
-    const int centre_row = nrows / 2;
-    const int centre_col = ncols / 2;
-    const Turn turn = {std::cos(double{angle}), std::sin(double{angle}),
-                       static_cast<double>(centre_row), static_cast<double>(centre_col)};
-    const int64_t channels = channel_count(image_type);
-    const SamplingKernels& kernels = pick_sampling_kernels();
-    for (int i = 0; i < nrows; ++i) {
-        const double dr = i - centre_row;
-        const Span inside = columns_inside(turn, dr, nrows, ncols);
-        float* const to = out->pixels[i];
-        clear_outside(to, inside, ncols, channels);
-        if (!inside.is_empty())
-            kernels.turn_row(pixels, static_cast<std::size_t>(channels), turn, dr,
-                             static_cast<double>(inside.begin - centre_col),
-                             to + channels * inside.begin,
-                             static_cast<std::size_t>(inside.end - inside.begin));
-    }
-    return out.release();
+    return make_from(*this, form_of(*this), [&](CImage& out) {
+        const auto angle = static_cast<float>(degrees * double{minus_one_degree});
+        const int centre_row = nrows / 2;
+        const int centre_col = ncols / 2;
+        const Turn turn = {std::cos(double{angle}), std::sin(double{angle}),
+                           static_cast<double>(centre_row), static_cast<double>(centre_col)};
+        const Index channels = channel_count(image_type);
+        const SamplingKernels& kernels = pick_sampling_kernels();
+        for (int i = 0; i < nrows; ++i) {
+            const double dr = i - centre_row;
+            const Span inside = columns_inside(turn, dr, nrows, ncols);
+            float* const to = out.pixels[i];
+            clear_outside(to, inside, ncols, channels);
+            if (!inside.is_empty())
+                kernels.turn_row(pixels, channels, turn, dr,
+                                 static_cast<double>(inside.begin - centre_col),
+                                 to + channels * inside.begin, inside.end - inside.begin);
+        }
+    });
 }
 
 CImage* CImage::Scale(float row_factor, float col_factor) const {
-    if (!has_plane(*this))
-        return nullptr;
     if (col_factor == 0.0f)
         col_factor = row_factor;
     const int rows = scaled_side(nrows, row_factor);
@@ -184,7 +161,7 @@ CImage* CImage::Scale(float row_factor, float col_factor) const {
 }
 
 CImage* CImage::Scale(int new_rows, int new_cols) const {
-    if (!has_plane(*this) || nrows <= 0 || ncols <= 0 || new_rows < 0 || new_cols < 0)
+    if (!has_rows_and_columns(*this) || new_rows < 0 || new_cols < 0)
         return nullptr;
     const auto factor = [](int after, int before) {
         return static_cast<float>(static_cast<double>(after) / before);
