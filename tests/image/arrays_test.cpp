@@ -18,8 +18,8 @@ using namespace vorlane;
 TEST(Plane, IsZeroAlignedAndItsOwn) {
     for (const auto& [rows, cols] :
          {std::pair{1, 1}, std::pair{7, 5}, std::pair{3, 1000}, std::pair{600, 3000}}) {
-        const PlaneHandle plane(make_2D_float_array(rows, cols));
-        ASSERT_NE(plane, nullptr);
+        const Plane plane(make_2D_float_array(rows, cols));
+        ASSERT_TRUE(plane);
         for (int i = 0; i < rows; ++i) {
             float* const row = plane.get()[i];
             EXPECT_EQ(reinterpret_cast<std::uintptr_t>(row) % 64, 0u);
@@ -39,8 +39,8 @@ TEST(Plane, SizesWithoutAPlane) {
     EXPECT_EQ(make_2D_float_array(INT_MAX, INT_MAX), nullptr);
     EXPECT_EQ(make_2D_float_array(1 << 20, 1 << 20), nullptr); // 4 TiB
     for (const auto& [rows, cols] : {std::pair{0, 0}, std::pair{0, 9}, std::pair{9, 0}}) {
-        const PlaneHandle plane(make_2D_float_array(rows, cols));
-        EXPECT_NE(plane, nullptr);
+        const Plane plane(make_2D_float_array(rows, cols));
+        EXPECT_TRUE(plane);
     }
     free_2D_float_array(nullptr);
 }
@@ -49,7 +49,7 @@ TEST(Plane, SizesWithoutAPlane) {
 TEST(Plane, ViewsStandOnOtherMemory) {
     std::vector<float> samples = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11};
     {
-        const PlaneHandle view(make_2D_float_view(samples.data() + 9, 4, 2, -3));
+        const Plane view(make_2D_float_view(samples.data() + 9, 4, 2, -3));
         ASSERT_TRUE(plane_holds(view.get(), 4, 2));
         EXPECT_FALSE(plane_holds(view.get(), 4, 3));
         EXPECT_EQ(view.get()[0][1], 10.0f);

@@ -38,7 +38,41 @@ std::vector<float> samples_of(const float* const* plane, int rows, int cols) {
 }
 
 std::vector<float> samples_of(const CImage& image) {
-    return samples_of(image.pixels, image.nrows, image.ncols * (image.image_type == 1 ? 3 : 1));
+    return samples_of(image.pixels, image.nrows, image.ncols * channels_of(image));
+}
+
+int channels_of(const CImage& image) {
+    return image.image_type == 1 ? 3 : 1;
+}
+
+std::vector<float> samples_by(int rows, int cols, int channels,
+                              const std::function<float(int, int, int)>& value) {
+    std::vector<float> samples;
+    for (int i = 0; i < rows; ++i)
+        for (int j = 0; j < cols; ++j)
+            for (int k = 0; k < channels; ++k)
+                samples.push_back(value(i, j, k));
+    return samples;
+}
+
+bool Facts::operator==(const Facts& other) const {
+    return nrows == other.nrows && ncols == other.ncols && image_type == other.image_type &&
+           pixel_format == other.pixel_format && file_format == other.file_format &&
+           planes == other.planes;
+}
+
+Facts facts_of(const CImage& image) {
+    Facts facts{vorlane::form_of(image), ""};
+    facts.planes += image.mag_plane ? "m" : "";
+    facts.planes += image.dir_plane ? "d" : "";
+    facts.planes += image.scale_plane ? "s" : "";
+    return facts;
+}
+
+void PrintTo(const Facts& facts, std::ostream* out) {
+    *out << facts.nrows << " x " << facts.ncols << " type " << facts.image_type << " pixel format "
+         << facts.pixel_format << " file format " << facts.file_format << " planes \""
+         << facts.planes << '"';
 }
 
 bool same_bits(float a, float b) {

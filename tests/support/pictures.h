@@ -5,11 +5,12 @@
 #include <functional>
 #include <memory>
 #include <random>
+#include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
-#include <vorlane/image/image.h>
+#include <vorlane/image/results.h>
 #include <vorlane/simd/instruction_set.h>
 
 using ImagePtr = std::unique_ptr<CImage>;
@@ -25,6 +26,21 @@ ImagePtr make_random(int rows, int cols, int image_type, unsigned seed, bool who
 std::vector<float> samples_of(const float* const* plane, int rows, int cols);
 // All samples of an image's pixels.
 std::vector<float> samples_of(const CImage& image);
+
+// The samples value(i, j, channel) of rows x cols pixels.
+std::vector<float> samples_by(int rows, int cols, int channels,
+                              const std::function<float(int, int, int)>& value);
+
+// The five integers of an image, and the planes that it has besides its pixels: m, d and s.
+struct Facts : vorlane::Form {
+    std::string planes;
+    bool operator==(const Facts& other) const;
+};
+Facts facts_of(const CImage& image);
+void PrintTo(const Facts& facts, std::ostream* out);
+
+// 1 or 3.
+int channels_of(const CImage& image);
 
 // Equal bits in every sample; two not-a-numbers are equal whatever their bits.
 testing::AssertionResult same_bits(const std::vector<float>& a, const std::vector<float>& b);

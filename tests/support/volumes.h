@@ -9,7 +9,7 @@
 #include <vorlane/image/plane.h>
 #include <vorlane/volume/volume.h>
 
-using vorlane::PlaneHandle;
+using vorlane::Plane;
 using VolumePtr = std::unique_ptr<CVolume>;
 using Line = std::vector<float>;
 
