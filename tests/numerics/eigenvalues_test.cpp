@@ -11,17 +11,17 @@
 
 namespace {
 
-using vorlane::PlaneHandle;
+using vorlane::Plane;
 
 struct Eigens {
     int result;
     std::vector<float> values;
-    PlaneHandle vectors;
+    Plane vectors;
 };
 
-PlaneHandle plane_of(const std::vector<std::vector<float>>& rows) {
+Plane plane_of(const std::vector<std::vector<float>>& rows) {
     const int n = static_cast<int>(rows.size());
-    PlaneHandle plane(make_2D_float_array(n, n));
+    Plane plane(make_2D_float_array(n, n));
     for (int i = 0; i < n; ++i)
         std::copy(rows[static_cast<std::size_t>(i)].begin(),
                   rows[static_cast<std::size_t>(i)].end(), plane.get()[i]);
@@ -30,7 +30,7 @@ PlaneHandle plane_of(const std::vector<std::vector<float>>& rows) {
 
 Eigens solve(float** matrix, int n) {
     Eigens e = {0, std::vector<float>(static_cast<std::size_t>(n), -7.0f),
-                PlaneHandle(make_2D_float_array(n, n))};
+                Plane(make_2D_float_array(n, n))};
     e.result = VNeumannEigens(matrix, n, e.values.data(), e.vectors.get());
     return e;
 }
@@ -78,7 +78,7 @@ TEST(Eigenvalues, WorkedMatrices) {
         {{{1e30f, 1e-30f}, {1e-30f, 0}}, {0, 1e30f}},
     };
     for (const auto& c : cases) {
-        const PlaneHandle matrix = plane_of(c.rows);
+        const Plane matrix = plane_of(c.rows);
         const int n = static_cast<int>(c.rows.size());
         const Eigens e = solve(matrix.get(), n);
         const float largest = std::max(std::abs(c.values.front()), std::abs(c.values.back()));
@@ -92,7 +92,7 @@ TEST(Eigenvalues, RandomMatricesOfManySizes) {
     std::mt19937 random(4);
     for (const int n : {2, 3, 4, 7, 12, 40, 90}) {
         for (int round = 0; round < (n < 10 ? 50 : 1); ++round) {
-            const PlaneHandle matrix(make_2D_float_array(n, n));
+            const Plane matrix(make_2D_float_array(n, n));
             for (int i = 0; i < n; ++i)
                 for (int j = i; j < n; ++j)
                     matrix.get()[i][j] = matrix.get()[j][i] =
@@ -104,7 +104,7 @@ TEST(Eigenvalues, RandomMatricesOfManySizes) {
 
 // 1 / (i + j + 1): eigenvalues that fall over many powers of ten.
 TEST(Eigenvalues, IllConditionedMatrix) {
-    const PlaneHandle matrix(make_2D_float_array(12, 12));
+    const Plane matrix(make_2D_float_array(12, 12));
     for (int i = 0; i < 12; ++i)
         for (int j = 0; j < 12; ++j)
             matrix.get()[i][j] = 1.0f / static_cast<float>(i + j + 1);
@@ -115,7 +115,7 @@ TEST(Eigenvalues, IllConditionedMatrix) {
 }
 
 TEST(Eigenvalues, ReadsTheUpperHalfAndLeavesTheMatrix) {
-    const PlaneHandle matrix = plane_of({{2, 1}, {99, 2}});
+    const Plane matrix = plane_of({{2, 1}, {99, 2}});
     const Eigens e = solve(matrix.get(), 2);
     EXPECT_FLOAT_EQ(e.values[0], 1.0f);
     EXPECT_EQ(matrix.get()[0][0], 2.0f);
@@ -126,7 +126,7 @@ TEST(Eigenvalues, ReadsTheUpperHalfAndLeavesTheMatrix) {
 }
 
 TEST(Eigenvalues, RefusesWithoutWriting) {
-    const PlaneHandle matrix = plane_of({{2, 1}, {1, 2}});
+    const Plane matrix = plane_of({{2, 1}, {1, 2}});
     float values[2] = {-7.0f, -7.0f};
     EXPECT_EQ(VNeumannEigens(nullptr, 2, values, nullptr), 0);
     EXPECT_EQ(VNeumannEigens(matrix.get(), 2, nullptr, nullptr), 0);
