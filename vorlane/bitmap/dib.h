@@ -116,7 +116,7 @@ public:
 private:
     friend class vorlane::TqSource; // fills the bitmap of a frame again with the next one
 
-    void take(vorlane::BitmapBlocks& blocks);
+    VORLANE_LOCAL void take(vorlane::BitmapBlocks& blocks);
     bool allocate(int columns, int rows, int bit_count);
     void set_to_image(const CImage* image, int normalize, float lo, float hi);
     void set_to_image(const CImage* image, const int* table);

@@ -1,8 +1,11 @@
-// The mark of everything that the shared library shows to a host.
+// The mark of everything that the shared library shows to a host, and of members of such classes that it
+// keeps to itself.
 #pragma once
 
 #if defined(__GNUC__)
 #define VORLANE_API __attribute__((visibility("default")))
+#define VORLANE_LOCAL __attribute__((visibility("hidden")))
 #else
 #define VORLANE_API
+#define VORLANE_LOCAL
 #endif

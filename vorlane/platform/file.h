@@ -58,7 +58,7 @@ public:
 private:
     friend CFile vorlane::file_on(std::FILE* stream, const char* path);
 
-    CFile(std::FILE* stream, std::string path);
+    VORLANE_LOCAL CFile(std::FILE* stream, std::string path);
 
     std::FILE* stream_ = nullptr;
     std::string path_;
