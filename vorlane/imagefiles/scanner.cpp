@@ -6,6 +6,7 @@
 #include <vorlane/bytes/gate.h>
 #include <vorlane/bytes/sample_rows.h>
 #include <vorlane/bytes/samples.h>
+#include <vorlane/image/guard.h>
 #include <vorlane/imagefiles/reading.h>
 #include <vorlane/platform/string.h>
 
@@ -96,7 +97,9 @@ float** read_medical_image(const char* path, int* nrows, int* ncols) {
 }
 
 int acr_nema(const char* text) {
-    CString header;
-    header.Format("%s", text ? text : "");
-    return header.Find("ACR-NEMA") >= 0 ? 1 : 0;
+    return guarded([&] {
+        CString header;
+        header.Format("%s", text ? text : "");
+        return header.Find("ACR-NEMA") >= 0 ? 1 : 0;
+    });
 }

@@ -1,4 +1,5 @@
-// A binary file that throws when it can't do what it is asked.
+// A binary file that throws when it can't do what it is asked; std::bad_alloc where there is no memory
+// to say so, or to open it.
 #pragma once
 
 #include <cstdio>
