@@ -96,7 +96,8 @@ int write_halvort_image(const float* const* plane, const char* path, int nrows, 
         if (is_same_file(source.get(), path))
             return refuse_raw();
         return write_file(path, cant_create_raw, [&](std::FILE* file) {
-            return std::fwrite(header->data(), 1, header->size(), file) == header->size() &&
+            return (header->empty() ||
+                    std::fwrite(header->data(), 1, header->size(), file) == header->size()) &&
                    write_shorts(file, plane, nrows, ncols);
         });
     });
