@@ -33,8 +33,9 @@ constexpr int most_restarts = 12;
 constexpr int restart_steps = 100;
 constexpr int most_polishes = 4;
 constexpr double least_polish = 1e-3; // of the sum, for another one
-constexpr double large = 1e-3;  // of the sum of squares, for residuals that are more than noise
-constexpr double exact = 1e-12; // of the sum of squares: what rounding leaves
+constexpr double hopeless = 100.0; // times a sum, for a quick fit that no full one brings below it
+constexpr double large = 1e-3;     // of the sum of squares, for residuals that are more than noise
+constexpr double exact = 1e-12;    // of the sum of squares: what rounding leaves
 
 // A lower triangle, row by row.
 class Triangle {
@@ -393,8 +394,12 @@ enum class Effort { quick, full };
 // The fit of a mixture of n Gaussians, from further than one start: while a fit leaves a pattern, the
 // next start is tried, `first` before all others. A component more doesn't fit worse, since the fit
 // with one less is looked at; only quickly if it can't be as good.
-void search_mixture(const Points& points, int n, const Mixture& first, Effort effort, Fit& fit) {
-    const bool is_start = fit.try_start(first, most_steps);
+void search_mixture(const Points& points, int n, Mixture first, Effort effort, Fit& fit) {
+    bool is_start = fit.try_start(first, most_steps);
+    if (!is_start) {
+        first = start_by_position(points, n);
+        is_start = fit.try_start(first, most_steps);
+    }
     const auto try_all = [&](const std::vector<Mixture>& starts) {
         for (const Mixture& start : starts) {
             if (!fit.leaves_pattern())
@@ -415,7 +420,7 @@ void search_mixture(const Points& points, int n, const Mixture& first, Effort ef
         return fewer;
     };
     Fit fewer = search_fewer(fit.leaves_pattern() ? Effort::full : Effort::quick);
-    if (!fit.leaves_pattern() && (!fewer.leaves_pattern() || fewer.sum() < 2.0 * fit.sum()))
+    if (!fit.leaves_pattern() && (!fewer.leaves_pattern() || fewer.sum() < hopeless * fit.sum()))
         fewer = search_fewer(Effort::full);
     if (fewer.is_found() && (fit.leaves_pattern() || fit.sum() > fewer.sum())) {
         const std::vector<Mixture> starts =
