@@ -10,6 +10,7 @@
 #include <vorlane/image/range.h>
 #include <vorlane/image/soundness.h>
 #include <vorlane/imagefiles/bmp_pixels.h>
+#include <vorlane/numerics/rounding.h>
 
 namespace {
 
@@ -21,7 +22,7 @@ BitmapView view_of(const CDib& bitmap) {
 }
 
 unsigned char table_byte(float value, const int* table) {
-    const double rounded = value >= 0.0f ? value + 0.5 : value - 0.5;
+    const double rounded = half_away(value);
     constexpr double limit = 9223372036854775808.0; // 2^63
     if (!(rounded > -limit && rounded < limit))
         return 0;

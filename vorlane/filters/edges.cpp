@@ -6,14 +6,15 @@
 #include <vorlane/filters/edge_kernels.h>
 #include <vorlane/filters/gaussian_passes.h>
 #include <vorlane/image/results.h>
+#include <vorlane/numerics/rounding.h>
 
 namespace {
 
 using namespace vorlane;
 
-// Rounds half away from zero; for numbers of the size of an image.
-Index round_half_away(double value) {
-    return static_cast<Index>(value < 0.0 ? value - 0.5 : value + 0.5);
+// For numbers of the size of an image.
+Index nearest_whole(double value) {
+    return static_cast<Index>(half_away(value));
 }
 
 // The derivatives stand in the two planes that become magnitude and direction; a block of rows is
@@ -66,8 +67,8 @@ struct Span {
 Span inside_margin(int n, float sigma) {
     const float margin = 2.0f * sigma;
     const double begin = std::min<double>(margin, n); // a larger one leaves nothing all the same
-    const Index first = round_half_away(begin);
-    const Index last = round_half_away(std::max(static_cast<double>(n) - margin, -1.0));
+    const Index first = nearest_whole(begin);
+    const Index last = nearest_whole(std::max(static_cast<double>(n) - margin, -1.0));
     return {first, std::max(first, last)};
 }
 

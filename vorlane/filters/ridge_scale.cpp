@@ -7,6 +7,7 @@
 #include <vorlane/filters/ridge_kernels.h>
 #include <vorlane/image/index.h>
 #include <vorlane/image/plane.h>
+#include <vorlane/numerics/rounding.h>
 
 namespace vorlane {
 
@@ -29,9 +30,8 @@ double curvature(double angle, double rr, double cc, double rc) {
     return std::abs(c * c * rr + 2.0 * c * s * rc + s * s * cc);
 }
 
-// Rounds half away from zero.
-int whole(double value) {
-    return static_cast<int>(value < 0.0 ? value - 0.5 : value + 0.5);
+int nearest_whole(double value) {
+    return static_cast<int>(half_away(value));
 }
 
 // The full arithmetic of what the kernel `steps` decides by bounds, at one pixel. False where the
@@ -55,7 +55,7 @@ bool find_step(const float* const* s, Index i, Index j, float sigma, Step& step)
     const double angle = is_first ? first : second;
     if ((is_first ? along_first : along_second) < least_curvature || std::isnan(angle))
         return false;
-    step = {whole(sigma * std::cos(angle)), whole(sigma * std::sin(angle))};
+    step = {nearest_whole(sigma * std::cos(angle)), nearest_whole(sigma * std::sin(angle))};
     return true;
 }
 

@@ -12,6 +12,7 @@
 #include <vorlane/histogram/levels.h>
 #include <vorlane/histogram/owned_arrays.h>
 #include <vorlane/image/soundness.h>
+#include <vorlane/numerics/rounding.h>
 
 namespace {
 
@@ -20,8 +21,7 @@ using namespace vorlane;
 int as_whole_number(float value) {
     constexpr double least = std::numeric_limits<int>::min();
     constexpr double most = std::numeric_limits<int>::max();
-    const double rounded = value >= 0.0f ? value + 0.5 : value - 0.5;
-    return static_cast<int>(std::clamp(rounded, least, most));
+    return static_cast<int>(std::clamp(half_away(value), least, most));
 }
 
 // Bins, and the largest of them. Without memory, or without a mask that holds the image, the

@@ -6,6 +6,7 @@
 #include <vorlane/image/luv_kernels.h>
 #include <vorlane/image/range.h>
 #include <vorlane/image/results.h>
+#include <vorlane/numerics/rounding.h>
 
 namespace {
 
@@ -39,8 +40,7 @@ int level_of(double yn) {
 
 // Rounds half away from zero, as an integer does: there is no -0.
 float round_half_away(double value) {
-    const double shifted = value < 0.0 ? value - 0.5 : value + 0.5;
-    return static_cast<float>(std::trunc(shifted) + 0.0);
+    return static_cast<float>(std::trunc(half_away(value)) + 0.0);
 }
 
 float clamp_to_byte_range(double value) {

@@ -4,6 +4,7 @@
 
 #include <vorlane/image/digital_line.h>
 #include <vorlane/image/soundness.h>
+#include <vorlane/numerics/rounding.h>
 
 namespace {
 
@@ -19,12 +20,8 @@ void draw(CImage& image, const DigitalLine& line, float value) {
     }
 }
 
-// Half a pixel away from zero, yet to be truncated: pixel p is what lies above p - 1 for p = 0,
-// from p on for others, and below p + 1.
-double away_from_zero(double position) {
-    return position < 0.0 ? position - 0.5 : position + 0.5;
-}
-
+// Of a position yet to be truncated: pixel p is what lies above p - 1 for p = 0, from p on for
+// others, and below p + 1.
 bool is_on_pixel(double position, int size) {
     return position > -1.0 && position < size;
 }
@@ -49,8 +46,8 @@ void CImage::DrawCircle(int row, int col, float radius, float value) {
         return;
     for (int degree = 0; degree < 360; ++degree) {
         const double angle = degree * double{one_degree};
-        const double v = away_from_zero(row + double{radius} * std::cos(angle));
-        const double w = away_from_zero(col + double{radius} * std::sin(angle));
+        const double v = half_away(row + double{radius} * std::cos(angle));
+        const double w = half_away(col + double{radius} * std::sin(angle));
         if (is_on_pixel(v, nrows) && is_on_pixel(w, ncols))
             SetPixel(static_cast<int>(v), static_cast<int>(w), value);
     }
