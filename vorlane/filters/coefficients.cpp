@@ -2,6 +2,8 @@
 
 #include <cmath>
 
+#include <vorlane/numerics/elementary.h>
+
 namespace vorlane {
 
 namespace {
@@ -26,9 +28,9 @@ double square(double value) {
 // Gaussian, and of its sine part times the lag for the derivative.
 double normaliser(const KernelParameters& p, Symmetry symmetry, double sigma) {
     const double b0 = p.b0;
-    const double E = std::exp(b0 / sigma);
-    const double C0 = std::cos(p.w0 / sigma);
-    const double S0 = std::sin(p.w0 / sigma);
+    const double E = numerics::exp(b0 / sigma);
+    const double C0 = numerics::cos(p.w0 / sigma);
+    const double S0 = numerics::sin(p.w0 / sigma);
     const double E2 = square(E);
     const double denominator = 1.0 + E2 - 2.0 * C0 * E;
     if (symmetry == Symmetry::even)
@@ -44,12 +46,12 @@ Coefficients coefficients_of(const KernelParameters& p, Symmetry symmetry, doubl
     const double a1 = p.a1;
     const double c0 = p.c0;
     const double c1 = p.c1;
-    const double e0 = std::exp(-p.b0 / sigma);
-    const double e1 = std::exp(-p.b1 / sigma);
-    const double C0 = std::cos(p.w0 / sigma);
-    const double S0 = std::sin(p.w0 / sigma);
-    const double C1 = std::cos(p.w1 / sigma);
-    const double S1 = std::sin(p.w1 / sigma);
+    const double e0 = numerics::exp(-p.b0 / sigma);
+    const double e1 = numerics::exp(-p.b1 / sigma);
+    const double C0 = numerics::cos(p.w0 / sigma);
+    const double S0 = numerics::sin(p.w0 / sigma);
+    const double C1 = numerics::cos(p.w1 / sigma);
+    const double S1 = numerics::sin(p.w1 / sigma);
 
     Coefficients c{};
     float* const u = c.u;

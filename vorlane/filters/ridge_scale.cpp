@@ -7,6 +7,7 @@
 #include <vorlane/filters/ridge_kernels.h>
 #include <vorlane/image/index.h>
 #include <vorlane/image/plane.h>
+#include <vorlane/numerics/elementary.h>
 #include <vorlane/numerics/rounding.h>
 
 namespace vorlane {
@@ -25,8 +26,8 @@ struct Step {
 
 // |second derivative| along an angle.
 double curvature(double angle, double rr, double cc, double rc) {
-    const double c = std::cos(angle);
-    const double s = std::sin(angle);
+    const double c = numerics::cos(angle);
+    const double s = numerics::sin(angle);
     return std::abs(c * c * rr + 2.0 * c * s * rc + s * s * cc);
 }
 
@@ -45,7 +46,7 @@ bool find_step(const float* const* s, Index i, Index j, float sigma, Step& step)
     double first = 0.0;
     double second = quarter_turn;
     if (rr != cc) {
-        const double turn = 0.5 * std::atan(2.0 * rc / (double{rr} - cc));
+        const double turn = 0.5 * numerics::atan(2.0 * rc / (double{rr} - cc));
         first = static_cast<float>(std::fmod(turn + pi, pi));
         second = std::fmod(first + quarter_turn, pi);
     }
@@ -55,7 +56,8 @@ bool find_step(const float* const* s, Index i, Index j, float sigma, Step& step)
     const double angle = is_first ? first : second;
     if ((is_first ? along_first : along_second) < least_curvature || std::isnan(angle))
         return false;
-    step = {nearest_whole(sigma * std::cos(angle)), nearest_whole(sigma * std::sin(angle))};
+    step = {nearest_whole(sigma * numerics::cos(angle)),
+            nearest_whole(sigma * numerics::sin(angle))};
     return true;
 }
 

@@ -13,6 +13,7 @@
 #include <vorlane/filters/ridge_scale.h>
 #include <vorlane/image/range.h>
 #include <vorlane/image/results.h>
+#include <vorlane/numerics/elementary.h>
 
 namespace {
 
@@ -70,8 +71,9 @@ float bilinear_int(const float* const* grad_row, const float* const* grad_col, i
     if (!(std::abs(distance) <= 0x1p30f) || !std::isfinite(angle))
         return std::numeric_limits<float>::quiet_NaN();
     const double theta = angle;
-    return slope_at(grad_row, grad_col, row, col, distance, static_cast<float>(std::cos(theta)),
-                    static_cast<float>(std::sin(theta)));
+    return slope_at(grad_row, grad_col, row, col, distance,
+                    static_cast<float>(numerics::cos(theta)),
+                    static_cast<float>(numerics::sin(theta)));
 }
 
 void CImage::ridges(float sigma_min, float sigma_max, int n_scales, int bright, int dark,

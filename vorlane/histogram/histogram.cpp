@@ -12,6 +12,7 @@
 #include <vorlane/histogram/levels.h>
 #include <vorlane/histogram/owned_arrays.h>
 #include <vorlane/image/soundness.h>
+#include <vorlane/numerics/elementary.h>
 #include <vorlane/numerics/rounding.h>
 
 namespace {
@@ -109,7 +110,8 @@ void CHistogram::Smooth(int width) {
         const std::int64_t last = std::min(width - 1 - half, n - 1);
         for (std::int64_t offset = std::max(-half, 1 - n); offset <= last; ++offset) {
             const auto distance = static_cast<double>(offset);
-            const auto weight = static_cast<float>(std::exp(-(distance * distance) / denominator));
+            const auto weight =
+                static_cast<float>(numerics::exp(-(distance * distance) / denominator));
             const std::int64_t begin = std::max<std::int64_t>(-offset, 0);
             const std::int64_t end = std::min(n - offset, n);
             const int* const from = bins + offset;

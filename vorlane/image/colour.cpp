@@ -6,6 +6,7 @@
 #include <vorlane/image/luv_kernels.h>
 #include <vorlane/image/range.h>
 #include <vorlane/image/results.h>
+#include <vorlane/numerics/elementary.h>
 #include <vorlane/numerics/rounding.h>
 
 namespace {
@@ -29,7 +30,7 @@ double Z_of(double r, double g, double b) {
 
 // Of the quantised level n from 0 to 255, with the cube root as nearly as the exponent has it.
 double lightness_of_level(int n) {
-    return 116.0 * std::pow(n * level_step, 0.333333) - 16.0;
+    return 116.0 * numerics::pow(n * level_step, 0.333333) - 16.0;
 }
 
 // The level of a luminance from 0 to 1; others are brought to the nearest end.
@@ -144,7 +145,7 @@ void LUV_to_RGB(float l, float u, float v, float* r, float* g, float* b) {
     constexpr double inverse_slope = 0.001107052f; // 1 / 903.3
     constexpr double cube_scale = 0.00862069f;     // 1 / 116
     constexpr double inverse_13 = 0.07692308f;
-    const double y = l < 8.0 ? l * inverse_slope : std::pow((l + 16.0) * cube_scale, 3.0);
+    const double y = l < 8.0 ? l * inverse_slope : numerics::cube((l + 16.0) * cube_scale);
     const double u_chroma = u * inverse_13 / l + white_u;
     const double v_chroma = v * inverse_13 / l + white_v;
     const double x = static_cast<float>(u_chroma * y * 2.25 / v_chroma);

@@ -9,6 +9,11 @@
 
 namespace {
 
+// Of a vector of x and 1: the root of a sum, the same on every machine.
+double length(double x) {
+    return std::abs(x) < 1e100 ? std::sqrt(x * x + 1.0) : std::abs(x);
+}
+
 // A symmetric matrix on its way to a diagonal one, with the rotations that it has seen.
 class JacobiMatrix {
 public:
@@ -60,8 +65,8 @@ private:
         const double cotangent =
             (eigenvalue(q) - eigenvalue(p)) / (2.0 * off); // of twice the angle
         const double tangent =
-            std::copysign(1.0 / (std::abs(cotangent) + std::hypot(cotangent, 1.0)), cotangent);
-        const double cosine = 1.0 / std::hypot(tangent, 1.0);
+            std::copysign(1.0 / (std::abs(cotangent) + length(cotangent)), cotangent);
+        const double cosine = 1.0 / length(tangent);
         const double sine = tangent * cosine;
         entries_[p * n_ + p] -= tangent * off;
         entries_[q * n_ + q] += tangent * off;

@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include <vorlane/numerics/elementary.h>
 #include <vorlane/numerics/mixture_starts.h>
 #include <vorlane/numerics/solvers.h>
 
@@ -98,7 +99,7 @@ bool evaluate_mixture(double x, const std::vector<double>& params, double& value
             continue;
         }
         is_near = true;
-        const double e = std::exp(-(t * t));
+        const double e = numerics::quick_exp(-(t * t));
         value += a * a * e;
         derivatives[k] = 2.0 * a * e;
         derivatives[k + 1] = 2.0 * a * a * e * t / w;

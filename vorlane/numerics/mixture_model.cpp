@@ -2,6 +2,8 @@
 
 #include <cmath>
 
+#include <vorlane/numerics/elementary.h>
+
 void gaussian_mixture_model(float x, float* params, float* value, float* derivatives, int nparams) {
     *value = 0.0f;
     for (int k = 0; k < nparams; k += 3) {
@@ -9,7 +11,7 @@ void gaussian_mixture_model(float x, float* params, float* value, float* derivat
         const double m = params[k + 1];
         const double w = params[k + 2];
         const double t = static_cast<float>((x - m) / w);
-        const double e = static_cast<float>(std::exp(-(t * t)));
+        const double e = vorlane::numerics::exp_as_float(-(t * t));
         *value = static_cast<float>(*value + a * a * e);
         derivatives[k] = static_cast<float>(2.0 * a * e);
         derivatives[k + 1] = static_cast<float>(2.0 * a * a * e * t / w);

@@ -5,6 +5,8 @@
 #include <cstddef>
 #include <numbers>
 
+#include <vorlane/numerics/elementary.h>
+
 namespace vorlane {
 
 namespace {
@@ -51,7 +53,7 @@ std::vector<double> remainder(const Points& points, const Mixture& mixture) {
         double model = 0.0;
         for (std::size_t k = 0; k < mixture.size(); k += 3) {
             const double t = (double{points.x[i]} - mixture[k + 1]) / mixture[k + 2];
-            model += double{mixture[k]} * mixture[k] * std::exp(-t * t);
+            model += double{mixture[k]} * mixture[k] * numerics::quick_exp(-t * t);
         }
         rest[static_cast<std::size_t>(i)] = points.y[i] - model;
     }

@@ -9,6 +9,7 @@
 #include <cmath>
 #include <vector>
 
+#include <vorlane/numerics/elementary.h>
 #include <vorlane/numerics/least_squares.h>
 
 namespace vorlane {
@@ -49,7 +50,7 @@ void moments_of_interval(int lo, int hi, Abscissa x, Count count, float* compone
     double area = 0.0;
     for (int i = lo; i < hi; ++i) {
         const double distance = static_cast<double>(x(i)) - double{mean};
-        area += std::exp(-0.5 * (distance * distance) / variance);
+        area += numerics::exp(-0.5 * (distance * distance) / variance);
     }
     component[0] = static_cast<float>(std::sqrt(sum / area));
     component[1] = mean;

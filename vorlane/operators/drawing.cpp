@@ -4,6 +4,7 @@
 
 #include <vorlane/image/digital_line.h>
 #include <vorlane/image/soundness.h>
+#include <vorlane/numerics/elementary.h>
 #include <vorlane/numerics/rounding.h>
 
 namespace {
@@ -46,8 +47,8 @@ void CImage::DrawCircle(int row, int col, float radius, float value) {
         return;
     for (int degree = 0; degree < 360; ++degree) {
         const double angle = degree * double{one_degree};
-        const double v = half_away(row + double{radius} * std::cos(angle));
-        const double w = half_away(col + double{radius} * std::sin(angle));
+        const double v = half_away(row + double{radius} * numerics::cos(angle));
+        const double w = half_away(col + double{radius} * numerics::sin(angle));
         if (is_on_pixel(v, nrows) && is_on_pixel(w, ncols))
             SetPixel(static_cast<int>(v), static_cast<int>(w), value);
     }

@@ -6,6 +6,7 @@
 #include <memory>
 
 #include <vorlane/image/results.h>
+#include <vorlane/numerics/elementary.h>
 #include <vorlane/operators/sampling_kernels.h>
 
 namespace {
@@ -135,7 +136,7 @@ CImage* CImage::Rotate(int degrees) const {
         const auto angle = static_cast<float>(degrees * double{minus_one_degree});
         const int centre_row = nrows / 2;
         const int centre_col = ncols / 2;
-        const Turn turn = {std::cos(double{angle}), std::sin(double{angle}),
+        const Turn turn = {numerics::cos(double{angle}), numerics::sin(double{angle}),
                            static_cast<double>(centre_row), static_cast<double>(centre_col)};
         const Index channels = channel_count(image_type);
         const SamplingKernels& kernels = pick_sampling_kernels();
