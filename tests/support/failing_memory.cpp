@@ -72,21 +72,41 @@ void __wrap_free(void* block) {
 }
 }
 
-// The other forms of the standard library come here.
-void* operator new(std::size_t size) {
-    void* const block = __wrap_malloc(size > 0 ? size : 1);
+// Every form is here: a run-time system that watches memory has forms of its own that don't come to these.
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    return __wrap_malloc(size > 0 ? size : 1);
+}
+
+void* operator new(std::size_t size, std::align_val_t alignment, const std::nothrow_t&) noexcept {
+    const auto unit = static_cast<std::size_t>(alignment);
+    return is_refused(size) ? nullptr : counted(std::aligned_alloc(unit, (size / unit + 1) * unit));
+}
+
+namespace {
+void* or_throw(void* block) {
     if (!block)
         throw std::bad_alloc();
     return block;
 }
+} // namespace
 
+void* operator new(std::size_t size) {
+    return or_throw(operator new(size, std::nothrow));
+}
 void* operator new(std::size_t size, std::align_val_t alignment) {
-    const auto unit = static_cast<std::size_t>(alignment);
-    void* const block =
-        is_refused(size) ? nullptr : counted(std::aligned_alloc(unit, (size / unit + 1) * unit));
-    if (!block)
-        throw std::bad_alloc();
-    return block;
+    return or_throw(operator new(size, alignment, std::nothrow));
+}
+void* operator new[](std::size_t size) {
+    return operator new(size);
+}
+void* operator new[](std::size_t size, std::align_val_t alignment) {
+    return operator new(size, alignment);
+}
+void* operator new[](std::size_t size, const std::nothrow_t& never) noexcept {
+    return operator new(size, never);
+}
+void* operator new[](std::size_t size, std::align_val_t alignment, const std::nothrow_t& never) noexcept {
+    return operator new(size, alignment, never);
 }
 
 void operator delete(void* block) noexcept {
@@ -99,6 +119,24 @@ void operator delete(void* block, std::align_val_t) noexcept {
     __wrap_free(block);
 }
 void operator delete(void* block, std::size_t, std::align_val_t) noexcept {
+    __wrap_free(block);
+}
+void operator delete(void* block, const std::nothrow_t&) noexcept {
+    __wrap_free(block);
+}
+void operator delete[](void* block) noexcept {
+    __wrap_free(block);
+}
+void operator delete[](void* block, std::size_t) noexcept {
+    __wrap_free(block);
+}
+void operator delete[](void* block, std::align_val_t) noexcept {
+    __wrap_free(block);
+}
+void operator delete[](void* block, std::size_t, std::align_val_t) noexcept {
+    __wrap_free(block);
+}
+void operator delete[](void* block, const std::nothrow_t&) noexcept {
     __wrap_free(block);
 }
 
