@@ -18,14 +18,15 @@
 // Names that a signal handler can reach. A slot is taken before its name is complete and freed
 // after the file is gone, so the worst that a handler meets is a name that isn't there.
 struct PendingSlot {
-    std::atomic<bool> is_taken;
-    std::atomic<bool> has_name;
-    char name[PATH_MAX];
+    std::atomic<bool> is_taken = false;
+    std::atomic<bool> has_name = false;
+    char name[PATH_MAX] = "";
 };
 
-// Shown to modules, whose copies of this code use the program's own table then.
-extern "C" [[gnu::visibility("default")]] PendingSlot vorlane_pending_slots[];
-PendingSlot vorlane_pending_slots[256];
+// Inline and shown to modules: they hold copies of this code, which all use the program's own table then.
+extern "C" {
+[[gnu::visibility("default")]] inline constinit PendingSlot vorlane_pending_slots[256];
+}
 
 namespace vorlane::host {
 
