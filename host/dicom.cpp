@@ -2,7 +2,6 @@
 
 #include <cmath>
 #include <filesystem>
-#include <mutex>
 
 #include <dcmtk/config/osconfig.h>
 // The configuration comes first.
@@ -21,14 +20,22 @@ namespace vorlane::host {
 
 namespace {
 
-void prepare() {
-    static std::once_flag once;
-    std::call_once(once, [] {
+struct Codecs {
+    Codecs() {
         OFLog::configure(OFLogger::OFF_LOG_LEVEL);
         DJDecoderRegistration::registerCodecs();
         DJLSDecoderRegistration::registerCodecs();
         DcmRLEDecoderRegistration::registerCodecs();
-    });
+    }
+    ~Codecs() {
+        DcmRLEDecoderRegistration::cleanup();
+        DJLSDecoderRegistration::cleanup();
+        DJDecoderRegistration::cleanup();
+    }
+};
+
+void prepare() {
+    static const Codecs codecs;
 }
 
 std::string text_of(DcmItem& item, const DcmTagKey& key) {
