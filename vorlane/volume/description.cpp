@@ -173,9 +173,10 @@ int CVolume::ReadV1Volume(const char* path) {
     nslices = static_cast<int>(count);
     for (int k = 0; k < nslices; ++k) {
         char name[text_size];
-        std::snprintf(name, sizeof name, "%s/%s%d%s", directory, prefix, start + k, suffix);
+        const int length =
+            std::snprintf(name, sizeof name, "%s/%s%d%s", directory, prefix, start + k, suffix);
         // What doesn't fit would name another file.
-        if (std::strlen(name) <= longest_name)
+        if (static_cast<std::size_t>(length) <= longest_name)
             slices[k].ReadImage(name);
         else
             show_failure("CImage: Can't open file");
