@@ -126,7 +126,9 @@ constexpr Kind kinds[] = {
     {".mp4", gray, PixelFormat::byte, 1.0, 12.0, 25.0, 25.0},
     {".mov", colour, PixelFormat::byte, 1.0, 24.0, 60.0, 60.0},
 };
-INSTANTIATE_TEST_SUITE_P(Kinds, Movies, testing::ValuesIn(kinds));
+INSTANTIATE_TEST_SUITE_P(Kinds, Movies, testing::ValuesIn(kinds), [](const auto& kind) {
+    return (kind.param.ending + 1) + std::to_string(kind.index);
+});
 
 TEST(MovieWriter, LeavesAWholeFileOrNone) {
     ScratchFolder folder;
