@@ -76,9 +76,9 @@ void find_eigenvalues(const Results& results) {
     const auto& [slices, mag, dir, scale, rows, cols] = results;
     Plane before(rows, cols, Fill::none);
     Plane here(rows, cols, Fill::none);
-    const auto keep = [&](float* const* from, const Plane& to) {
-        for (Index i = 0; i < rows; ++i)
-            std::copy_n(from[i], cols, to[i]);
+    const auto keep = [&results](float* const* from, const Plane& to) {
+        for (Index i = 0; i < results.rows; ++i)
+            std::copy_n(from[i], results.cols, to[i]);
     };
     const HessianKernels& kernels = pick_hessian_kernels();
     keep(mag[0], before);
