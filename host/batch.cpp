@@ -264,6 +264,8 @@ Outcome process(const BatchItem& item, const Chain& chain, const BatchOptions& o
         const bool is_read = chain.input() == Input::picture;
         if (is_read)
             picture = open_picture(item.in, options.open);
+        const bool has_words = is_read && picture.image->pixel_format == PixelFormat::int16;
+        const int source_bits = has_words ? 16 : 0;
         const std::string stem = stem_of(item.in);
         Writer writer(item, options, outcome);
         Chain::Stage stage;
@@ -276,6 +278,7 @@ Outcome process(const BatchItem& item, const Chain& chain, const BatchOptions& o
                                          ending_of_steps(item, options, image);
                 make_folder_of(path);
                 SaveOptions save = options.save;
+                save.source_bits = source_bits;
                 save.gray = false;
                 writer.save(image, path, save);
             };
@@ -296,6 +299,7 @@ Outcome process(const BatchItem& item, const Chain& chain, const BatchOptions& o
         outcome.status = result.status;
         if (!item.out.empty()) {
             SaveOptions save = options.save;
+            save.source_bits = source_bits;
             if (save.depth == Depth::automatic && result.depth)
                 save.depth = *result.depth;
             if (is_one_of_many)

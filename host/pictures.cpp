@@ -115,7 +115,7 @@ Picture open_picture(const std::string& path, const OpenOptions& options) {
 }
 
 void ReadRequest::fail_truncated() const {
-    fail("is shorter than its header says; allow truncated files to take what is there");
+    fail("is shorter than its header says; the option allow-truncated takes what is there");
 }
 
 void ReadRequest::check_page(int page_count) const {

@@ -62,7 +62,8 @@ Depth parse_depth(const std::string& text);
 // What becomes of values that the samples of a file can't hold.
 struct RangeRule {
     enum Kind {
-        stretch, // all values are mapped linearly from their range to that of the file
+        stretch, // all values are mapped linearly from their range to that of the file; of 16 bits
+                 // an overshoot by less than half a level of 8 bits is clamped instead
         clamp,   // to the nearest value that the file holds
         wrap,    // truncated toward zero, of which the low 8 or 16 bits stay
         fixed // low to high are mapped to 0 to 255 (65535), whether values fit or not; others clamp

@@ -151,6 +151,12 @@ bool fit(const Statistics& values, Range range) {
                                   std::nearbyint(double{values.high}) <= range.high);
 }
 
+// What a filter may overshoot without a stretch of all values: half a level of 8 bits, as rounding
+// to 8 bits allows by itself.
+double slack(Range range, Depth depth) {
+    return depth == Depth::bits16 ? (range.high - range.low) / 510.0 : 0.0;
+}
+
 bool has_depth(const Format& format, Depth depth, bool colour) {
     if (colour && format.colour_in_bytes_only)
         return depth == Depth::bits8;
@@ -254,7 +260,8 @@ SampleRows::Mapping make_mapping(const Format& format, Depth depth, const RangeR
         if (!fit(values, range))
             note = values_of(values) + " wrapped to " + goal;
     } else if (!fit(values, range)) {
-        if (rule.kind == RangeRule::stretch && values.has_finite && values.low < values.high) {
+        if (rule.kind == RangeRule::stretch && values.has_finite && values.low < values.high &&
+            !fit(values, {range.low - slack(range, depth), range.high + slack(range, depth)})) {
             map_linearly(values.low, values.high);
             note = values_of(values) + " stretched to " + goal;
         } else {
@@ -397,7 +404,8 @@ void save_picture(const CImage& image, const std::string& path, const SaveOption
     const CImage& picture = gray ? *gray : image;
     const bool colour = picture.image_type == ImageType::colour;
     if (colour && !format.colour)
-        throw Error(name + ": " + format_name + " holds no colour; ask for gray, or write " +
+        throw Error(name + ": " + format_name +
+                    " holds no colour; the option gray takes its luminance, or " + "write " +
                     (format_name == "PGM" || format_name == "PBM" ? ".ppm" : ".png or .tif"));
 
     if (options.depth != Depth::automatic && !has_depth(format, options.depth, colour))

@@ -294,7 +294,7 @@ TEST_F(Formats, EveryKindOfJpegIsReadAsAnotherProgramReadsIt) {
 
 TEST_F(Formats, ShortAndBrokenFilesAreRefused) {
     const std::string sentence =
-        "is shorter than its header says; allow truncated files to take what is there";
+        "is shorter than its header says; the option allow-truncated takes what is there";
     OpenOptions allow;
     allow.allow_truncated = true;
     for (const std::string name : {"PNG", "JPEG", "TIFF"}) {

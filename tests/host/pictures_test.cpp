@@ -140,7 +140,7 @@ TEST_F(Pictures, ALongMapIsReadAcrossBlocks) {
 
 TEST_F(Pictures, ShortFilesAreRefusedUnlessAllowed) {
     const std::string sentence =
-        "is shorter than its header says; allow truncated files to take what is there";
+        "is shorter than its header says; the option allow-truncated takes what is there";
     const auto tq = [](const std::string& codes, const std::string& samples) {
         return "TQ\n2 2\n" + codes + samples;
     };
@@ -209,8 +209,8 @@ TEST_F(Pictures, HeadersWithoutAMeaningAreRefused) {
               "is a PAM file of 7 channels, which isn't read; gray and red, green, blue are");
     EXPECT_EQ(why_not("TQ\n2 2\n4\n"), "is a TQ file with a broken header");
     EXPECT_EQ(why_not("TQ\n2 2\n0\n0\n"), "is a TQ file without samples");
-    EXPECT_EQ(why_not("TQ\n99999999999 2\n4\n0\n"), "is shorter than its header says; allow "
-                                                    "truncated files to take what is there");
+    EXPECT_EQ(why_not("TQ\n99999999999 2\n4\n0\n"), "is shorter than its header says; the option "
+                                                    "allow-truncated takes what is there");
     OpenOptions allow;
     allow.allow_truncated = true;
     EXPECT_EQ(why_not("P5\n100000 100000\n255\n", allow),
@@ -360,8 +360,8 @@ TEST_F(Pictures, WhatAFormatCantHoldIsRefusedAndNothingIsLeft) {
     };
     SaveOptions floats;
     floats.depth = Depth::float32;
-    EXPECT_EQ(why(*photo, "a.pgm", {}), "PGM holds no colour; ask for gray, or write .ppm");
-    EXPECT_EQ(why(*photo, "a.raw", {}), "raw holds no colour; ask for gray, or write .png or .tif");
+    EXPECT_EQ(why(*photo, "a.pgm", {}), "PGM holds no colour; the option gray takes its luminance, or write .ppm");
+    EXPECT_EQ(why(*photo, "a.raw", {}), "raw holds no colour; the option gray takes its luminance, or write .png or .tif");
     EXPECT_EQ(why(*photo, "a.ppm", floats), "PPM holds no floats; write .tif or .pfm, or another "
                                             "depth");
     EXPECT_EQ(why(*photo, "a.tq", floats),

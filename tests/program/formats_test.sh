@@ -44,6 +44,12 @@ for samples in byte int16 int32 float; do
 done
 "$program" info there.tq | grep -q 'TQ, 16 rows x 16 columns, gray, 32-bit floats, values 0 to 255' || fail info
 
+# Sixteen bits stay sixteen, though a filter overshoots them a little.
+convert -size 32x32 xc:black -fill white -draw 'rectangle 8,8 23,23' -depth 16 -define png:bit-depth=16 -colorspace Gray words.png
+"$program" smooth words.png smooth.png --sigma 1 2>notes
+grep -q '^smooth.png: values -.* clamped to 0 to 65535$' notes || fail "notes on 16 bits: $(cat notes)"
+"$program" info smooth.png | grep -q '16-bit integers' || fail "16 bits: $("$program" info smooth.png)"
+
 # A velk file is its size and big-endian words; behind a header it is a scanner file.
 "$program" convert gray.pgm there.velk
 "$program" raw there.velk back.pgm --rows 16 --cols 16 --samples int16 --swap --offset 4 --depth 8
