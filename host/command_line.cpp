@@ -168,6 +168,11 @@ std::string marked(const std::string& text, std::size_t begin, std::size_t end) 
            "^" + std::string(end - begin - 1, '~');
 }
 
+bool starts_like_a_number(const std::string& text) {
+    const std::size_t first = text.find_first_not_of("+-.");
+    return first != std::string::npos && std::isdigit(static_cast<unsigned char>(text[first]));
+}
+
 } // namespace
 
 std::string suggestion(std::string_view word, const std::vector<std::string>& candidates) {
@@ -235,12 +240,17 @@ std::vector<Word> parse_options(std::span<const Word> words, std::span<Arguments
         const std::size_t equals = word.text.find('=');
         const bool is_long = word.text.compare(0, 2, "--") == 0;
         const std::string name = word.text.substr(2 * is_long, equals - 2 * is_long);
+        const std::string value = equals != std::string::npos ? word.text.substr(equals + 1)
+                                  : at < words.size()         ? words[at].text
+                                                              : "";
         Arguments* owner = nullptr;
         const Option* option = nullptr;
         std::vector<std::string> known;
         for (Arguments* const arguments : into) {
             const Option* const found = is_long ? arguments->find(name) : nullptr;
-            if (found && !option) {
+            // A name that stands twice, for a number and for a text: the value tells which is meant.
+            if (found && (!option || (option->kind == Kind::number && found->kind == Kind::text &&
+                                      !starts_like_a_number(value)))) {
                 option = found;
                 owner = arguments;
             }
@@ -261,7 +271,7 @@ std::vector<Word> parse_options(std::span<const Word> words, std::span<Arguments
                     throw UsageError("--" + name + " takes no value");
                 owner->set_flag(option->name);
             } else if (equals != std::string::npos) {
-                owner->set(option->name, word.text.substr(equals + 1));
+                owner->set(option->name, value);
             } else {
                 owner->set(option->name, values_of(*option, words, at));
             }

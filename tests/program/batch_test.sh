@@ -73,6 +73,8 @@ expect 2 "must be a number" "$program" filter threshold in/p1.pgm new.pgm --leve
 expect 2 "takes 4 values: ROW COL ROWS COLS; got 3" "$program" geometry crop in/p1.pgm new.pgm --rectangle 1 2 3
 expect 2 "must lie in the picture" "$program" geometry crop in/p1.pgm new.pgm --rectangle 0 0 31 1
 expect 1 "can't be opened" "$program" run "$chain" missing.pgm new.pgm
+"$program" ridges in --from 1 --to 2 --to ridges --scales 2 --quiet || fail "ridges of a folder"
+[ -s ridges/p1.pgm ] || fail "--to names the largest scale or, unless it is a number, the folder"
 cp in/p1.pgm same.pgm && "$program" smooth same.pgm same.pgm --force --quiet
 if [ -e /dev/full ]; then
     status=0
