@@ -1,8 +1,10 @@
 // AVI files, by the library's AVIFile calls.
 #include <algorithm>
 #include <bit>
+#include <cerrno>
 #include <cstring>
 #include <limits>
+#include <new>
 #include <utility>
 
 #include "host/movies/parts.h"
@@ -200,7 +202,7 @@ public:
     void finish() override {
         const int stream_result = AVIStreamRelease(stream_.release());
         const int file_result = AVIFileRelease(file_.release());
-        if (stream_result == AVIERR_FILEWRITE || file_result == AVIERR_FILEWRITE)
+        if (stream_result != AVIERR_OK || file_result != AVIERR_OK)
             fail();
         pending_.commit();
     }
@@ -230,16 +232,25 @@ std::unique_ptr<MovieReader> open_avi_movie(const std::string& path, Source& sou
                                             const OpenMovieOptions& options) {
     AVIFileInit();
     PAVIFILE file = nullptr;
-    if (AVIFileOpenA(&file, source.path_on_disk().c_str(), 0, nullptr) != AVIERR_OK)
+    // Short memory is no reason to leave the file to other codecs, which give other values.
+    const auto is_done = [](int result) {
+        if (result == AVIERR_MEMORY)
+            throw std::bad_alloc();
+        return result == AVIERR_OK;
+    };
+    if (!is_done(AVIFileOpenA(&file, source.path_on_disk().c_str(), 0, nullptr)))
         return nullptr;
     FilePtr owned_file(file);
     PAVISTREAM stream = nullptr;
-    if (AVIFileGetStream(file, &stream, streamtypeVIDEO, 0) != AVIERR_OK)
+    if (!is_done(AVIFileGetStream(file, &stream, streamtypeVIDEO, 0)))
         return nullptr;
     StreamPtr owned_stream(stream);
     AVISTREAMINFOA stream_info{};
     AVIFILEINFOA file_info{};
+    errno = 0;
     PGETFRAME const frames = AVIStreamGetFrameOpen(stream, nullptr);
+    if (!frames && errno == ENOMEM)
+        throw std::bad_alloc();
     constexpr std::uint32_t largest = std::numeric_limits<int>::max() / 4;
     if (!frames || AVIStreamInfoA(stream, &stream_info, sizeof stream_info) != AVIERR_OK ||
         AVIFileInfoA(file, &file_info, sizeof file_info) != AVIERR_OK || stream_info.dwLength < 1 ||

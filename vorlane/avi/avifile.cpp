@@ -1,6 +1,7 @@
 #include <vorlane/platform/avifile.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <filesystem>
 #include <limits>
@@ -277,7 +278,7 @@ PGETFRAME AVIStreamGetFrameOpen(PAVISTREAM stream, const void* wanted) {
             return nullptr;
     }
     PGETFRAME reader = nullptr;
-    or_no_memory([&] {
+    const int result = or_no_memory([&] {
         std::unique_ptr<IGetFrame> made(new IGetFrame{AviFrames(file, track)});
         if (made->frames.can_decode()) {
             stream->frame_readers.push_back(std::move(made));
@@ -285,6 +286,8 @@ PGETFRAME AVIStreamGetFrameOpen(PAVISTREAM stream, const void* wanted) {
         }
         return AVIERR_OK;
     });
+    if (result != AVIERR_OK)
+        errno = ENOMEM;
     return reader;
 }
 

@@ -31,10 +31,8 @@ bool copy_movie_path(const char* path, char (&to)[sizeof CVideo::file_name]) {
 }
 
 bool are_one_file(const char* a, const char* b) {
-    return guarded([&] {
-        std::error_code error;
-        return std::filesystem::equivalent(a, b, error) && !error;
-    });
+    std::error_code error;
+    return std::filesystem::equivalent(a, b, error) && !error;
 }
 
 bool is_regular_file(const char* path) {

@@ -19,7 +19,8 @@ constexpr const char* cant_write_movie = "CVideo: Can't write file";
 // null.
 bool copy_movie_path(const char* path, char (&to)[sizeof CVideo::file_name]);
 
-// Whether two paths lead to one file.
+// Whether two paths lead to one file. Throws std::bad_alloc, since "no" would let a file be written
+// over.
 bool are_one_file(const char* a, const char* b);
 
 // Whether a path leads to a file that has an end and can be gone about in.

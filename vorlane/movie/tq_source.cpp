@@ -14,6 +14,7 @@
 #include <vorlane/bytes/colour_order.h>
 #include <vorlane/bytes/samples.h>
 #include <vorlane/image/codes.h>
+#include <vorlane/image/guard.h>
 #include <vorlane/image/soundness.h>
 #include <vorlane/movie/tq_movie.h>
 
@@ -135,12 +136,19 @@ bool TqSource::fetch(int frame, Approach approach, const int* table) {
         seek_frames_from_end(std::int64_t{movie_.nframes} - frame);
     else if (approach == Approach::before && distance <= largest / 2)
         seek_by(movie_.tqf_file, -2 * distance); // over the one that was read as well
-    if (!table && has_fitting_bytes())
-        return fetch_bytes();
-    if (!read(movie_.image))
-        return false;
-    show(table);
-    return true;
+    const std::int64_t begin = position_of(movie_.tqf_file);
+    const bool is_read = guarded([&] {
+        if (!table && has_fitting_bytes())
+            return fetch_bytes();
+        if (!read(movie_.image))
+            return false;
+        show(table);
+        return true;
+    });
+    // The next step counts on standing right behind the frame, whatever became of it.
+    if (!is_read && begin >= 0 && begin <= largest - distance)
+        seek_to(movie_.tqf_file, begin + distance);
+    return is_read;
 }
 
 // Whether a whole frame of bytes comes, for an image of its size and kind.

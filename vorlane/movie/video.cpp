@@ -139,9 +139,12 @@ int CVideo::OpenVideo(const char* path) {
         return 0;
     }
     const bool is_written = fails_with_sink(*this, [](MovieSink&) { return false; });
-    if (is_written && are_one_file(name, file_name))
-        CloseVideo(); // or there would be only a part to open
-    FileHandle file(is_regular_file(name) ? open_file(name, "rb") : nullptr);
+    const bool is_compared = guarded([&] {
+        if (is_written && are_one_file(name, file_name))
+            CloseVideo(); // or there would be only a part to open
+        return true;
+    });
+    FileHandle file(is_compared && is_regular_file(name) ? open_file(name, "rb") : nullptr);
     char line[256];
     if (file)
         read_line(file.get(), line, sizeof line);

@@ -81,7 +81,7 @@ public:
     //
     //  - "OpenMovie: Can't open file": nothing changed. Also for a path of more than 99 bytes, for
     //    a file that the system can't read, and for a TQ header that isn't whole, has a negative
-    //    size, or promises a frame a thousand times larger than the file;
+    //    size, or promises a frame a thousand times larger than the file, or than memory holds;
     //  - none, and nothing changed: the file is neither of the two;
     //  - "Can't open AVI file": nothing changed;
     //  - "Can't get video stream": the movie before is closed, and avi_file is open;
@@ -115,8 +115,8 @@ public:
     // GetFrame of a number out of range: 0 on an AVI movie, and the frame stays; 1 on a TQ movie,
     // whose current_frame takes the number while the samples of `image` have no meaning. A frame of
     // an AVI movie that can't be read gives 0, with `image` and `dib` as they were; current_frame
-    // has moved on, save in GetFrame. A TQ movie gives 0 only if the system can't read the file,
-    // and `image` may then have a part of the frame.
+    // has moved on, save in GetFrame. A TQ movie gives 0 only if the system can't read the file or
+    // memory is short, and `image` may then have a part of the frame. The next step is right again.
     int GetFrame(int frame, const int* table);
     int GetNextFrame(const int* table);
     int GetPreviousFrame(const int* table);

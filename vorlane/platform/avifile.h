@@ -121,7 +121,8 @@ VORLANE_API int AVIStreamWrite(PAVISTREAM stream, int start, int samples, const 
 
 // A reader of frames. They come as 24-bit bitmaps without compression, bottom row first, in the
 // size of the stream; `wanted`, a BITMAPINFOHEADER or null, must ask for just that. Null if it
-// doesn't, or if the frames are in a format that isn't read here. It lives as long as the stream.
+// doesn't, if the frames are in a format that isn't read here, or, with errno ENOMEM, if there is
+// no memory. It lives as long as the stream.
 VORLANE_API PGETFRAME AVIStreamGetFrameOpen(PAVISTREAM stream, const void* wanted);
 
 // A frame: a BITMAPINFOHEADER of 40 bytes, and the pixels directly behind it, rows of a multiple of
