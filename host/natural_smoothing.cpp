@@ -3,6 +3,8 @@
 
 #include <cmath>
 
+#include <vorlane/numerics/elementary.h>
+
 #include "host/line_filters.h"
 #include "host/natural_parts.h"
 
@@ -165,12 +167,28 @@ ImagePtr derivative(const CImage& image, double sigma, Axis axis) {
     });
 }
 
+namespace {
+
+// From 0 to a full turn. The C library is quick, but its last places differ from one to the next:
+// where they could decide the rounding, the library's own arctangent does.
+float direction_of(double dx, double dy) {
+    const auto from_zero = [](double angle) {
+        constexpr double full_turn = 6.283185307179586;
+        return angle < 0.0 ? angle + full_turn : angle;
+    };
+    const double angle = from_zero(std::atan2(dy, dx));
+    const auto below = static_cast<float>(angle * (1.0 - 0x1p-48));
+    const auto above = static_cast<float>(angle * (1.0 + 0x1p-48));
+    return below == above ? below : static_cast<float>(from_zero(numerics::atan2(dy, dx)));
+}
+
+} // namespace
+
 Gradient gradient(const CImage& image, double sigma) {
     check_image(image);
     check_sigma_of_slopes(sigma);
     Gradient result{make_image(image.nrows, image.ncols, ImageType::gray),
                     make_image(image.nrows, image.ncols, ImageType::gray)};
-    constexpr double full_turn = 6.283185307179586;
     for (std::size_t c = 0; c < channels_of(image); ++c) {
         const bool is_gray = image.image_type == ImageType::gray;
         const ImagePtr part = is_gray ? nullptr : channel_of(image, c);
@@ -181,11 +199,8 @@ Gradient gradient(const CImage& image, double sigma) {
                 const auto size = static_cast<float>(std::sqrt(dx * dx + dy * dy));
                 if (c > 0 && !(size > result.magnitude->pixels[i][j]))
                     continue;
-                double angle = size == 0.0f ? 0.0 : std::atan2(dy, dx);
-                if (angle < 0.0)
-                    angle += full_turn;
                 result.magnitude->pixels[i][j] = size;
-                result.direction->pixels[i][j] = static_cast<float>(angle);
+                result.direction->pixels[i][j] = size == 0.0f ? 0.0f : direction_of(dx, dy);
             }
         }
     }

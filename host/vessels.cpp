@@ -4,6 +4,8 @@
 #include <cmath>
 #include <string>
 
+#include <vorlane/numerics/elementary.h>
+
 #include "host/hessian.h"
 
 namespace vorlane::host {
@@ -35,7 +37,7 @@ double square(double value) {
 
 // exp(-x^2 / (2 width^2))
 double bell(double x, double width) {
-    return std::exp(-0.5 * square(x / width));
+    return numerics::quick_exp(-0.5 * square(x / width));
 }
 
 double sato(const Eigenvalues& l, Structure structure) {

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include <vorlane/numerics/elementary.h>
+
 namespace vorlane::host {
 
 namespace {
@@ -92,8 +94,8 @@ void draw_circle(CImage& image, const Call& call) {
     constexpr double turn = 6.283185307179586;
     const int count = std::max(8, static_cast<int>(std::ceil(turn * radius)));
     const auto at = [&](int k, double& y, double& x) {
-        y = std::round(row + radius * std::sin(turn * k / count));
-        x = std::round(col + radius * std::cos(turn * k / count));
+        y = std::round(row + radius * numerics::sin(turn * k / count));
+        x = std::round(col + radius * numerics::cos(turn * k / count));
     };
     for (int k = 0; k < count; ++k) {
         double y0 = 0.0;

@@ -5,6 +5,8 @@
 #include <cmath>
 #include <random>
 
+#include <vorlane/numerics/elementary.h>
+
 namespace vorlane::host {
 
 namespace {
@@ -99,10 +101,10 @@ Result run_noise(Subject& subject, const Call& call) {
         for (int j = 0; j < count; ++j, has_spare = !has_spare) {
             double normal = spare;
             if (!has_spare) { // two at a time, by G. Box and M. Muller
-                const double radius = std::sqrt(-2.0 * std::log(uniform()));
+                const double radius = std::sqrt(-2.0 * numerics::log(uniform()));
                 const double angle = 6.283185307179586 * uniform();
-                normal = radius * std::cos(angle);
-                spare = radius * std::sin(angle);
+                normal = radius * numerics::cos(angle);
+                spare = radius * numerics::sin(angle);
             }
             image->pixels[i][j] = static_cast<float>(image->pixels[i][j] + sigma * normal);
         }

@@ -58,9 +58,17 @@ TEST(Elementary, EndsOfTheRange) {
         EXPECT_EQ(numerics::cos(x), 1.0);
         EXPECT_EQ(numerics::exp(x), 1.0);
     }
+    const double pi = 0x1.921fb54442d18p+1;
+    EXPECT_EQ(numerics::atan2(0.0, -1.0), pi);
+    EXPECT_EQ(numerics::atan2(-0.0, -0.0), -pi);
+    EXPECT_EQ(numerics::atan2(-1.0, 0.0), -pi / 2);
+    EXPECT_EQ(numerics::atan2(infinity, -infinity), 0x1.2d97c7f3321d2p+1);
+    EXPECT_EQ(numerics::atan2(-3.0, -infinity), -pi);
+    EXPECT_TRUE(std::signbit(numerics::atan2(-0.0, 1.0)));
     const double nan = std::nan("");
     for (const double y : {numerics::exp(nan), numerics::log(nan), numerics::log(-1.0),
-                           numerics::sin(infinity), numerics::cos(nan), numerics::atan(nan)})
+                           numerics::sin(infinity), numerics::cos(nan), numerics::atan(nan),
+                           numerics::atan2(nan, 1.0), numerics::atan2(infinity, nan)})
         EXPECT_TRUE(std::isnan(y));
 }
 
@@ -119,18 +127,26 @@ public:
         mpfr_pow(result_, x_, y_, MPFR_RNDN);
         return mpfr_get_d(result_, MPFR_RNDN);
     }
+    double angle(double y, double x) {
+        mpfr_set_d(x_, x, MPFR_RNDN);
+        mpfr_set_d(y_, y, MPFR_RNDN);
+        mpfr_atan2(result_, y_, x_, MPFR_RNDN);
+        return mpfr_get_d(result_, MPFR_RNDN);
+    }
 
 private:
     mpfr_t x_, y_, result_;
 };
 
-TEST(Elementary, IsTheNearestDouble) {
+void expect_nearest(double (*own)(double), Oracle::Function function, double x) {
+    static Oracle oracle;
+    ASSERT_EQ(own(x), oracle.of(function, x)) << std::hexfloat << x;
+}
+
+void expect_nearest_doubles(int count) {
     Arguments arguments;
     Oracle oracle;
-    const auto expect_nearest = [&](double (*own)(double), Oracle::Function function, double x) {
-        ASSERT_EQ(own(x), oracle.of(function, x)) << std::hexfloat << x;
-    };
-    for (int k = 0; k < 20000; ++k) {
+    for (int k = 0; k < count; ++k) {
         for (const double x : {arguments.between(-760, 720), arguments.between(-20, 1),
                                arguments.of_exponents(-56, 9)})
             expect_nearest(numerics::exp, mpfr_exp, x);
@@ -145,10 +161,26 @@ TEST(Elementary, IsTheNearestDouble) {
         for (const double x : {arguments.between(0, 1), arguments.between(0.999, 1.001),
                                std::fabs(arguments.of_exponents(-1074, 1023))})
             expect_nearest(numerics::log, mpfr_log, x);
+        for (const int spread : {1, 30, 140, 400}) {
+            double y = arguments.of_exponents(-spread, spread);
+            double x = arguments.of_exponents(-spread, spread);
+            if (k % 2 == 0 && spread < 400) { // as they come from images
+                y = static_cast<double>(static_cast<float>(y));
+                x = static_cast<double>(static_cast<float>(x));
+            }
+            ASSERT_EQ(numerics::atan2(y, x), oracle.angle(y, x)) << std::hexfloat << y << ' ' << x;
+        }
         const double base = arguments.between(0, 2);
         ASSERT_EQ(numerics::pow(base, 0.333333), oracle.power(base, 0.333333)) << base;
         ASSERT_EQ(numerics::cube(base), oracle.power(base, 3.0)) << base;
+        if (testing::Test::HasFatalFailure())
+            return;
     }
+}
+
+TEST(Elementary, IsTheNearestDouble) {
+    expect_nearest_doubles(20000);
+    Arguments arguments;
     for (int k = 0; k < 500; ++k) { // far out, and where the last step needs all bits
         const double far = arguments.of_exponents(-500, 1023);
         expect_nearest(numerics::sin, mpfr_sin, far);
@@ -158,6 +190,11 @@ TEST(Elementary, IsTheNearestDouble) {
         expect_nearest(numerics::atan, mpfr_atan, (6 * k + 3) * 0x1p-27);
         expect_nearest(numerics::log, mpfr_log, 1.0 + (k - 250) * 0x1p-52);
     }
+}
+
+// Minutes: `scripts/test exactness` runs it.
+TEST(Elementary, DISABLED_IsTheNearestDoubleMillionsOfTimes) {
+    expect_nearest_doubles(2000000);
 }
 
 #endif

@@ -2,6 +2,7 @@
 // result never depends on them.
 
 #include <vorlane/filters/ridge_kernels.h>
+#include <vorlane/numerics/elementary.h>
 #include <vorlane/simd/arctangent.h>
 #include <vorlane/simd/rows.h>
 #include <vorlane/simd/sine.h>
@@ -155,8 +156,8 @@ inline F64 angle_of(const float* along_rows, const float* along_cols, M64& is_sh
     const F64 r = load_floats(along_rows);
     const F64 c = load_floats(along_cols);
     is_short = square_root(c * c + r * r) < all_lanes(double{least_gradient});
-    return round_as_library(arctangent_2(c, r), [=](int k) {
-        return __builtin_atan2(double{along_cols[k]}, double{along_rows[k]});
+    return nearest_floats(arctangent_2(c, r), [=](int k) {
+        return numerics::atan2(double{along_cols[k]}, double{along_rows[k]});
     });
 }
 
@@ -184,11 +185,10 @@ void axes(const RidgePairs& pairs, size_t n) {
         double angles[F64::count];
         store(angles, angle);
         store_floats(pairs.angle + k, found);
-        store_floats(pairs.cosine + k, round_as_library(cosine, [&](int lane) {
-                         return __builtin_cos(angles[lane]);
-                     }));
+        store_floats(pairs.cosine + k,
+                     nearest_floats(cosine, [&](int lane) { return numerics::cos(angles[lane]); }));
         store_floats(pairs.sine + k,
-                     round_as_library(sine, [&](int lane) { return __builtin_sin(angles[lane]); }));
+                     nearest_floats(sine, [&](int lane) { return numerics::sin(angles[lane]); }));
     }
 }
 

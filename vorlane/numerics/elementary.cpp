@@ -14,6 +14,7 @@ namespace vorlane::numerics {
 namespace {
 
 constexpr double infinity = std::numeric_limits<double>::infinity();
+constexpr double half_pi = 0x1.921fb54442d18p+0;
 
 // Of magnitude below 2^51.
 double nearest_whole(double x) {
@@ -68,7 +69,7 @@ WideFixed wide_exp(const WideFixed& x, int& exponent) {
     const WideFixed r = x - WideFixed(k) * WideFixed(ln2_limbs);
     WideFixed term(1.0);
     WideFixed sum = term;
-    for (std::uint64_t n = 1; !term.is_zero(); ++n) {
+    for (std::uint32_t n = 1; !term.is_zero(); ++n) {
         term = term * r / n;
         sum = sum + term;
     }
@@ -127,10 +128,9 @@ WideFixed rest_of_quarters(double x, int& quarters) {
         const std::uint64_t limb = offset == 0 ? two_over_pi_limbs[first]
                                                : two_over_pi_limbs[first] << offset |
                                                      two_over_pi_limbs[first + 1] >> (64 - offset);
-        __extension__ using DoubleLimb = unsigned __int128;
-        const DoubleLimb sum = DoubleLimb{limb} * mantissa + carry;
-        product[k] = static_cast<std::uint64_t>(sum);
-        carry = static_cast<std::uint64_t>(sum >> 64);
+        const LimbPair sum = multiply_add(limb, mantissa, carry, 0);
+        product[k] = sum.low;
+        carry = sum.high;
     }
     product[window] = carry;
     // The product stands for product 2^(exponent - skipped - 64 window).
@@ -163,7 +163,7 @@ WideFixed wide_sine(double x, int quarters) {
     const WideFixed w = r * r;
     WideFixed term = is_even ? WideFixed(1.0) : r;
     WideFixed sum = term;
-    for (std::uint64_t n = is_even ? 1 : 2; !term.is_zero(); n += 2) {
+    for (std::uint32_t n = is_even ? 1 : 2; !term.is_zero(); n += 2) {
         term = -(term * w / (n * (n + 1)));
         sum = sum + term;
     }
@@ -205,6 +205,32 @@ void wide_log(double mantissa, int exponent, double start, double (&terms)[3]) {
     terms[0] = start;
     terms[1] = z.rounded();
     terms[2] = (z - WideFixed(terms[1])).rounded() - 0.5 * terms[1] * terms[1];
+}
+
+// The angle of (x, y) from an angle near it, with an error of 2^-150.
+double wide_angle(double y, double x, double start) {
+    int exponent = 0;
+    static_cast<void>(std::frexp(std::fmax(std::fabs(x), std::fabs(y)), &exponent));
+    const WideFixed p(std::ldexp(y, -exponent));
+    const WideFixed q(std::ldexp(x, -exponent));
+    const WideFixed s = wide_sine(start, 0);
+    const WideFixed c = wide_sine(start, 1);
+    const WideFixed numerator = p * c - q * s;
+    const WideFixed denominator = q * c + p * s;
+    const double first = numerator.rounded() / denominator.rounded();
+    const double second =
+        (numerator - WideFixed(first) * denominator).rounded() / denominator.rounded();
+    return round_sum(start, first, second);
+}
+
+// The same: start + arctan((y cos(start) - x sin(start)) / (x cos(start) + y sin(start))).
+double angle_of(double y, double x, double start) {
+    const DoubleDouble s = sine_of(start, 0);
+    const DoubleDouble c = sine_of(start, 1);
+    const double correction = (c * y - s * x).high / (c.high * x + s.high * y);
+    const DoubleDouble value = two_sum(start, correction);
+    const bool is_sure = is_decided(value, 0x1p-90 * std::fabs(start) + 0x1p-98);
+    return is_sure ? value.high : wide_angle(y, x, start);
 }
 
 } // namespace
@@ -257,32 +283,32 @@ double cos(double x) {
 }
 
 double atan(double x) {
-    constexpr double half_pi = 0x1.921fb54442d18p+0;
     const double size = std::fabs(x);
     if (!(size >= 0x1p-27))
         return x;
-    if (size > 0x1p60)
-        return std::copysign(half_pi, x);
-    // atan(x) = y + atan((x cos(y) - sin(y)) / (cos(y) + x sin(y))) for y near it.
-    const double start = std::atan(x);
-    const DoubleDouble s = sine_of(start, 0);
-    const DoubleDouble c = sine_of(start, 1);
-    const double correction = (c * x - s).high / (c.high + x * s.high);
-    const DoubleDouble value = two_sum(start, correction);
-    if (is_decided(value, 0x1p-90 * std::fabs(start) + 0x1p-98))
-        return value.high;
-    int exponent = 0;
-    const double mantissa = std::frexp(x, &exponent);
-    const WideFixed p(size > 1.0 ? mantissa : x);
-    const WideFixed q(size > 1.0 ? std::ldexp(1.0, -exponent) : 1.0);
-    const WideFixed wide_s = wide_sine(start, 0);
-    const WideFixed wide_c = wide_sine(start, 1);
-    const WideFixed numerator = p * wide_c - q * wide_s;
-    const WideFixed denominator = q * wide_c + p * wide_s;
-    const double first = numerator.rounded() / denominator.rounded();
-    const double second =
-        (numerator - WideFixed(first) * denominator).rounded() / denominator.rounded();
-    return round_sum(start, first, second);
+    return size > 0x1p60 ? std::copysign(half_pi, x) : angle_of(x, 1.0, std::atan(x));
+}
+
+double atan2(double y, double x) {
+    if (std::isnan(x) || std::isnan(y))
+        return x + y;
+    if (std::isinf(x) || std::isinf(y))
+        return atan2(std::copysign(std::isinf(y) ? 1.0 : 0.0, y),
+                     std::copysign(std::isinf(x) ? 1.0 : 0.0, x));
+    if (y == 0.0)
+        return std::signbit(x) ? std::copysign(2.0 * half_pi, y) : y;
+    if (x == 0.0)
+        return std::copysign(half_pi, y);
+    const double start = std::atan2(y, x);
+    if (std::fabs(start) >= 0x1p-27)
+        return angle_of(y, x, start);
+    // y / x - (y / x)^3 / 3
+    const double quotient = y / x;
+    const DoubleDouble product = two_product(quotient, x);
+    const double low =
+        ((y - product.high) - product.low) / x - quotient * quotient * quotient * (1.0 / 3);
+    const DoubleDouble value = quick_two_sum(quotient, low);
+    return is_decided(value, 0x1p-100 * std::fabs(quotient)) ? value.high : wide_angle(y, x, start);
 }
 
 double log(double x) {

@@ -14,6 +14,10 @@ double cos(double x);
 double atan(double x);
 double log(double x);
 
+// The angle of (x, y) in radians, from -pi to pi, for magnitudes from 2^-400 to 2^400, zeros and
+// infinities.
+double atan2(double y, double x);
+
 // x^y for x from 0 to 2^100 and y above 0, where the result isn't below 2^-900 or above 2^900, and
 // not exactly in the middle of two doubles.
 double pow(double x, double y);

@@ -9,6 +9,22 @@
 
 namespace vorlane::numerics {
 
+// Two limbs of 64 bits. Not every compiler has integers of 128.
+struct LimbPair {
+    std::uint64_t high, low;
+};
+
+// a b + c + d, which two limbs always hold.
+constexpr LimbPair multiply_add(std::uint64_t a, std::uint64_t b, std::uint64_t c,
+                                std::uint64_t d) {
+    constexpr std::uint64_t half = 0xFFFFFFFF;
+    const std::uint64_t low = (a & half) * (b & half) + (c & half);
+    const std::uint64_t first = (a >> 32) * (b & half) + (low >> 32) + (c >> 32);
+    const std::uint64_t second = (a & half) * (b >> 32) + (first & half);
+    const std::uint64_t sum = (second << 32 | (low & half)) + d;
+    return {(a >> 32) * (b >> 32) + (first >> 32) + (second >> 32) + (sum < d), sum};
+}
+
 class WideFixed {
 public:
     constexpr WideFixed() = default;
@@ -56,10 +72,9 @@ public:
         for (std::size_t i = 0; i < 4; ++i) {
             std::uint64_t carry = 0;
             for (std::size_t j = 0; j < 4; ++j) {
-                const DoubleLimb sum =
-                    DoubleLimb{a.limbs_[i]} * b.limbs_[j] + product[i + j] + carry;
-                product[i + j] = static_cast<std::uint64_t>(sum);
-                carry = static_cast<std::uint64_t>(sum >> 64);
+                const LimbPair sum = multiply_add(a.limbs_[i], b.limbs_[j], product[i + j], carry);
+                product[i + j] = sum.low;
+                carry = sum.high;
             }
             product[i + 4] = carry;
         }
@@ -70,12 +85,13 @@ public:
         return result;
     }
 
-    friend WideFixed operator/(WideFixed a, std::uint64_t divisor) {
-        DoubleLimb rest = 0;
+    friend WideFixed operator/(WideFixed a, std::uint32_t divisor) {
+        std::uint64_t rest = 0;
         for (std::size_t k = 4; k-- > 0;) {
-            rest = rest << 64 | a.limbs_[k];
-            a.limbs_[k] = static_cast<std::uint64_t>(rest / divisor);
-            rest %= divisor;
+            const std::uint64_t high = rest << 32 | a.limbs_[k] >> 32;
+            const std::uint64_t low = (high % divisor) << 32 | (a.limbs_[k] & 0xFFFFFFFF);
+            a.limbs_[k] = (high / divisor) << 32 | low / divisor;
+            rest = low % divisor;
         }
         return a;
     }
@@ -109,8 +125,6 @@ public:
     }
 
 private:
-    __extension__ using DoubleLimb = unsigned __int128;
-
     bool bit(int k) const { return limbs_[static_cast<std::size_t>(k / 64)] >> (k % 64) & 1; }
 
     static bool is_below(const WideFixed& a, const WideFixed& b) { // in magnitude

@@ -23,17 +23,6 @@ constexpr double arctangent_low[8] = {0.0,
                                       1.5834785051444286e-17,
                                       -2.1478388444456983e-17};
 
-// The rare vectors with infinities or not-a-numbers.
-inline F64 arctangent_2_by_lane(F64 y, F64 x) {
-    double ys[F64::count];
-    double xs[F64::count];
-    store(ys, y);
-    store(xs, x);
-    for (int k = 0; k < F64::count; ++k)
-        ys[k] = __builtin_atan2(ys[k], xs[k]);
-    return load(ys);
-}
-
 // The angle of (x, y) in radians, from -pi to pi, as atan2 gives it, with an error below 0.51 units
 // in the last place; x and y aren't both 0. Every step but the listed ones is exact or carries its
 // rounding error along: with v / u the smaller by the larger magnitude and c the nearest multiple
@@ -41,12 +30,9 @@ inline F64 arctangent_2_by_lane(F64 y, F64 x) {
 //     arctan(v / u) = arctan(c) + arctan(z),   z = (v - c u) / (u + c v),   |z| < 0.067,
 // where numerator and denominator are exact for floats, and arctan(z) is its power series.
 // All instruction sets take the same steps, so they give the same bits.
-inline F64 arctangent_2(F64 y, F64 x) {
+inline F64 finite_arctangent_2(F64 y, F64 x) {
     const F64 ax = absolute(x);
     const F64 ay = absolute(y);
-    const M64 is_finite = ax + ay < all_lanes(__builtin_inf());
-    if (!all_set(is_finite))
-        return arctangent_2_by_lane(y, x);
     const F64 u = maximum(ax, ay);
     const F64 v = minimum(ax, ay);
 
@@ -84,6 +70,21 @@ inline F64 arctangent_2(F64 y, F64 x) {
     const F64 sum = origin + part;
     const F64 result = sum + ((part - (sum - origin)) + (origin_low + sign * rest));
     return with_sign_of(result, y);
+}
+
+// The same for infinities too, beside which finite numbers are 0, and not-a-numbers.
+inline F64 arctangent_2(F64 y, F64 x) {
+    const F64 zero = all_lanes(0.0);
+    const F64 one = all_lanes(1.0);
+    const F64 infinity = all_lanes(__builtin_inf());
+    const F64 ax = absolute(x);
+    const F64 ay = absolute(y);
+    if (all_set(ax + ay < infinity))
+        return finite_arctangent_2(y, x);
+    const M64 is_far = (ax == infinity) | (ay == infinity);
+    const F64 near_x = select(is_far, with_sign_of(select(ax == infinity, one, zero), x), x);
+    const F64 near_y = select(is_far, with_sign_of(select(ay == infinity, one, zero), y), y);
+    return select((x == x) & (y == y), finite_arctangent_2(near_y, near_x), x + y);
 }
 
 } // namespace

@@ -43,10 +43,10 @@ inline void sine_and_cosine(F64 angle, F64& sine, F64& cosine) {
     cosine = select(is_one, zero - s, select(is_two, zero - c, c));
 }
 
-// `value` rounded to floats as a library rounds its own result, which may be off by its last place:
-// where that could round the other way, by_library(lane) gives the double instead.
-template<class ByLibrary>
-inline F64 round_as_library(F64 value, ByLibrary by_library) {
+// The float nearest to a double that `value` is near, by 2^-49 of it at least. Where the error could
+// decide the rounding, exactly(lane) gives that double.
+template<class Exactly>
+inline F64 nearest_floats(F64 value, Exactly exactly) {
     const F64 doubt = absolute(value) * all_lanes(0x1p-49);
     const F64 rounded = round_to_float(value - doubt);
     const M64 is_sure = rounded == round_to_float(value + doubt);
@@ -56,7 +56,7 @@ inline F64 round_as_library(F64 value, ByLibrary by_library) {
     store(lanes, rounded);
     for (int k = 0; k < F64::count; ++k) {
         if (!(lane_bits(is_sure) >> k & 1u))
-            lanes[k] = static_cast<double>(static_cast<float>(by_library(k)));
+            lanes[k] = static_cast<double>(static_cast<float>(exactly(k)));
     }
     return load(lanes);
 }
