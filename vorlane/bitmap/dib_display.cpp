@@ -8,6 +8,7 @@
 #include <utility>
 
 #include <vorlane/platform/bitmap_layout.h>
+#include <vorlane/platform/gdi_codes.h>
 
 namespace {
 
@@ -56,8 +57,6 @@ int CDib::MakePalette() {
 }
 
 int CDib::SetSystemPalette(CDC* dc) {
-    constexpr int number_of_colours = 24;
-    constexpr int size_of_palette = 104;
     constexpr int most_entries = 0xFFFF;
     const HDC device = dc ? dc->m_hDC : nullptr;
     const int size = GetDeviceCaps(device, size_of_palette);
@@ -76,8 +75,6 @@ int CDib::Draw(CDC* dc, int x, int y, int w, int h) {
     if (!palette)
         SetSystemPalette(dc);
     constexpr int in_foreground = 0;
-    constexpr unsigned use_colours = 0;
-    constexpr unsigned copy_source = 0xCC0020;
     CPalette* const former = dc->SelectPalette(palette, in_foreground);
     RealizePalette(dc->m_hDC);
     StretchDIBits(dc->m_hDC, x, y, w, h, 0, 0, width, height, bits, info_of(header), use_colours,

@@ -5,12 +5,11 @@
 #include <limits>
 #include <new>
 
+#include <vorlane/platform/gdi_codes.h>
+
 namespace {
 
 using namespace vorlane;
-
-constexpr int number_of_colours = 24;
-constexpr int size_of_palette = 104;
 
 // A cube of 6 x 6 x 6 colours and the grays between its own, so that any picture can be told.
 std::array<PALETTEENTRY, 256> first_colours() {

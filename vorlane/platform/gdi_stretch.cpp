@@ -9,6 +9,7 @@
 #include <new>
 
 #include <vorlane/platform/bitmap_layout.h>
+#include <vorlane/platform/gdi_codes.h>
 #include <vorlane/platform/gdi_device.h>
 
 namespace {
@@ -227,8 +228,6 @@ bool can_be_drawn(const BITMAPINFOHEADER& header) {
 int StretchDIBits(HDC device, int x, int y, int w, int h, int source_x, int source_y, int source_w,
                   int source_h, const void* bits, const BITMAPINFO* info, unsigned usage,
                   unsigned operation) {
-    constexpr unsigned use_colours = 0;
-    constexpr unsigned copy_source = 0xCC0020;
     if (!device || !bits || !info || usage != use_colours || operation != copy_source ||
         source_w < 1 || source_h < 1 || w == 0 || h == 0)
         return 0;

@@ -55,6 +55,7 @@ from vorlane.operators import (
 from vorlane.volumes import Vessels, hessian_eigenvalues, vessels
 
 Error.__doc__ = "What the library says when a file or an operation fails."
+Error.__module__ = "vorlane"
 
 __all__ = [
     "Error",
