@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <memory>
 
 #include <vorlane/numerics/elementary.h>
@@ -95,49 +96,75 @@ GaussianFilters::GaussianFilters(double sigma) {
     derivative_divisor = record.get()[2][0];
 }
 
+namespace {
+
+// Four lines side by side. The compiler makes of it what the processor has.
+using Quad [[gnu::vector_size(32)]] = double;
+constexpr std::size_t quad = 4;
+static_assert(lanes % quad == 0);
+
+// The recursions of four of the lines in a block, forward into `sums` and back into the block. The term that
+// waits for the sample before comes last, so that the others don't wait.
+[[gnu::always_inline]] inline void filter_quads(const LineFilter& filter, double* block,
+                                                double* sums, std::size_t n) {
+    const double u0 = filter.u[0], u1 = filter.u[1], u2 = filter.u[2], u3 = filter.u[3];
+    const double d1 = filter.d[1], d2 = filter.d[2], d3 = filter.d[3], d4 = filter.d[4];
+    const double m1 = filter.m[1], m2 = filter.m[2], m3 = filter.m[3], m4 = filter.m[4];
+    for (std::size_t first = 0; first < lanes; first += quad) {
+        double* const lines = block + first;
+        Quad x1, x2, x3, y1{}, y2{}, y3{}, y4{};
+        std::memcpy(&x1, lines, sizeof x1);
+        x2 = x3 = x1; // the first sample goes on before the line
+        for (std::size_t j = 0; j < n; ++j) {
+            Quad x0;
+            std::memcpy(&x0, lines + j * lanes, sizeof x0);
+            const Quad y0 =
+                u0 * x0 + u1 * x1 + u2 * x2 + u3 * x3 - d4 * y4 - d3 * y3 - d2 * y2 - d1 * y1;
+            std::memcpy(sums + j * quad, &y0, sizeof y0);
+            x3 = x2, x2 = x1, x1 = x0;
+            y4 = y3, y3 = y2, y2 = y1, y1 = y0;
+        }
+        Quad x4;
+        std::memcpy(&x1, lines + (n - 1) * lanes, sizeof x1);
+        x2 = x3 = x4 = x1;
+        y1 = y2 = y3 = y4 = Quad{};
+        for (std::size_t j = n; j-- > 0;) {
+            Quad x0, sum;
+            std::memcpy(&x0, lines + j * lanes, sizeof x0);
+            std::memcpy(&sum, sums + j * quad, sizeof sum);
+            const Quad y0 =
+                m1 * x1 + m2 * x2 + m3 * x3 + m4 * x4 - d4 * y4 - d3 * y3 - d2 * y2 - d1 * y1;
+            sum += y0;
+            std::memcpy(lines + j * lanes, &sum, sizeof sum);
+            x4 = x3, x3 = x2, x2 = x1, x1 = x0;
+            y4 = y3, y3 = y2, y2 = y1, y1 = y0;
+        }
+    }
+}
+
+void filter_with_any(const LineFilter& filter, double* block, double* sums, std::size_t n) {
+    filter_quads(filter, block, sums, n);
+}
+
+#if defined(__x86_64__) || defined(__i386__)
+[[gnu::target("avx2")]] void filter_with_avx2(const LineFilter& filter, double* block, double* sums,
+                                              std::size_t n) {
+    filter_quads(filter, block, sums, n);
+}
+
+const auto filter_lines = __builtin_cpu_supports("avx2") ? filter_with_avx2 : filter_with_any;
+#else
+const auto filter_lines = filter_with_any;
+#endif
+
+} // namespace
+
 void filter_block(const LineFilter& filter, std::vector<double>& block,
                   std::vector<double>& scratch, std::size_t n) {
     if (n == 0)
         return;
-    const double u0 = filter.u[0], u1 = filter.u[1], u2 = filter.u[2], u3 = filter.u[3];
-    const double d1 = filter.d[1], d2 = filter.d[2], d3 = filter.d[3], d4 = filter.d[4];
-    const double m1 = filter.m[1], m2 = filter.m[2], m3 = filter.m[3], m4 = filter.m[4];
-    static constexpr double zeros[lanes] = {};
-    scratch.resize(n * lanes);
-    double* const causal = scratch.data();
-    const double* const x = block.data();
-    for (std::size_t j = 0; j < n; ++j) {
-        const auto in = [&](std::size_t k) { return x + (j < k ? 0 : j - k) * lanes; };
-        const auto out = [&](std::size_t k) { return j < k ? zeros : causal + (j - k) * lanes; };
-        const double *x0 = in(0), *x1 = in(1), *x2 = in(2), *x3 = in(3);
-        const double *a1 = out(1), *a2 = out(2), *a3 = out(3), *a4 = out(4);
-        double* const a = causal + j * lanes;
-        for (std::size_t l = 0; l < lanes; ++l)
-            a[l] = u0 * x0[l] + u1 * x1[l] + u2 * x2[l] + u3 * x3[l] - d1 * a1[l] - d2 * a2[l] -
-                   d3 * a3[l] - d4 * a4[l];
-    }
-    // The last samples of the line and of the recursion, from j + 1 on.
-    double next[4][lanes], state[4][lanes] = {};
-    for (auto& samples : next)
-        std::copy_n(x + (n - 1) * lanes, lanes, samples);
-    for (std::size_t j = n; j-- > 0;) {
-        double* const here = block.data() + j * lanes;
-        const double* const a = causal + j * lanes;
-        for (std::size_t l = 0; l < lanes; ++l) {
-            const double b = m1 * next[0][l] + m2 * next[1][l] + m3 * next[2][l] + m4 * next[3][l] -
-                             d1 * state[0][l] - d2 * state[1][l] - d3 * state[2][l] -
-                             d4 * state[3][l];
-            next[3][l] = next[2][l];
-            next[2][l] = next[1][l];
-            next[1][l] = next[0][l];
-            next[0][l] = here[l];
-            state[3][l] = state[2][l];
-            state[2][l] = state[1][l];
-            state[1][l] = state[0][l];
-            state[0][l] = b;
-            here[l] = a[l] + b;
-        }
-    }
+    scratch.resize(n * quad);
+    filter_lines(filter, block.data(), scratch.data(), n);
 }
 
 std::vector<double> filtered(const LineFilter& filter, const std::vector<double>& line) {
@@ -172,8 +199,8 @@ LineProfile::LineProfile(const GaussianFilters& filters, double sigma, std::size
     }
 }
 
-void filter_columns(const LineFilter& filter, const std::function<float*(std::size_t)>& row,
-                    std::size_t rows, std::size_t n) {
+void filter_columns(const LineFilter& filter, const RowsOf& row, std::size_t rows, std::size_t n,
+                    const std::vector<double>& by_row) {
     std::vector<double> block(rows * lanes), scratch;
     for (std::size_t first = 0; first < n; first += lanes) {
         const std::size_t count = std::min(lanes, n - first);
@@ -183,31 +210,44 @@ void filter_columns(const LineFilter& filter, const std::function<float*(std::si
         filter_block(filter, block, scratch, rows);
         for (std::size_t i = 0; i < rows; ++i) {
             float* const out = row(i) + first;
+            const double* const in = block.data() + i * lanes;
+            const double factor = by_row.empty() ? 1.0 : by_row[i];
             for (std::size_t l = 0; l < count; ++l)
-                out[l] = static_cast<float>(block[i * lanes + l]);
+                out[l] = static_cast<float>(in[l] * factor);
         }
     }
 }
 
-void filter_rows(const LineFilter& filter, const std::function<float*(std::size_t)>& row,
-                 std::size_t rows, std::size_t n, std::size_t channels) {
+void filter_rows(const LineFilter& filter, const std::function<const float*(std::size_t)>& from,
+                 const RowsOf& to, std::size_t rows, std::size_t n, std::size_t channels,
+                 const std::vector<double>& by_col) {
     std::vector<double> block(n * lanes), scratch;
     const std::size_t lines = rows * channels;
     for (std::size_t first = 0; first < lines; first += lanes) {
         const std::size_t count = std::min(lanes, lines - first);
-        const auto start = [&](std::size_t l) {
-            return row((first + l) / channels) + (first + l) % channels;
-        };
+        const float* in[lanes];
+        float* out[lanes];
         for (std::size_t l = 0; l < count; ++l) {
-            const float* const in = start(l);
-            for (std::size_t j = 0; j < n; ++j)
-                block[j * lanes + l] = in[j * channels];
+            const std::size_t row = (first + l) / channels, channel = (first + l) % channels;
+            in[l] = from(row) + channel;
+            out[l] = to(row) + channel;
+        }
+        // Tiles stay in the first level of the cache.
+        for (std::size_t tile = 0; tile < n; tile += lanes) {
+            const std::size_t end = std::min(tile + lanes, n);
+            for (std::size_t l = 0; l < count; ++l)
+                for (std::size_t j = tile; j < end; ++j)
+                    block[j * lanes + l] = in[l][j * channels];
         }
         filter_block(filter, block, scratch, n);
-        for (std::size_t l = 0; l < count; ++l) {
-            float* const out = start(l);
-            for (std::size_t j = 0; j < n; ++j)
-                out[j * channels] = static_cast<float>(block[j * lanes + l]);
+        for (std::size_t tile = 0; tile < n; tile += lanes) {
+            const std::size_t end = std::min(tile + lanes, n);
+            for (std::size_t j = tile; j < end && !by_col.empty(); ++j)
+                for (std::size_t l = 0; l < lanes; ++l)
+                    block[j * lanes + l] *= by_col[j];
+            for (std::size_t l = 0; l < count; ++l)
+                for (std::size_t j = tile; j < end; ++j)
+                    out[l][j * channels] = static_cast<float>(block[j * lanes + l]);
         }
     }
 }

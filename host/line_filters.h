@@ -34,15 +34,20 @@ void filter_block(const LineFilter& filter, std::vector<double>& block,
 // the derivative of a ramp of slope 1 that is 0 in the mean of the smoothing's weights.
 struct LineProfile {
     LineProfile(const GaussianFilters& filters, double sigma, std::size_t n);
-    std::vector<double> gain, residue, slope;
+    std::vector<double> gain, residue, slope; // of the library's filters, with their divisor
 };
 
-// Filters n columns of `rows` rows where they stand, then divides by the factor of its row; row(i)
-// gives the samples of row i.
-void filter_columns(const LineFilter& filter, const std::function<float*(std::size_t)>& row,
-                    std::size_t rows, std::size_t n);
-// Filters rows of n pixels of `channels` samples.
-void filter_rows(const LineFilter& filter, const std::function<float*(std::size_t)>& row,
-                 std::size_t rows, std::size_t n, std::size_t channels);
+// The samples of row i.
+using RowsOf = std::function<float*(std::size_t)>;
+
+// Filters n columns of `rows` rows where they stand; row i of the result is multiplied with by_row[i], if there
+// is such.
+void filter_columns(const LineFilter& filter, const RowsOf& row, std::size_t rows, std::size_t n,
+                    const std::vector<double>& by_row = {});
+// Filters rows of n pixels of `channels` samples into `to`, which may be the same; pixel j of each row of the
+// result is multiplied with by_col[j], if there is such.
+void filter_rows(const LineFilter& filter, const std::function<const float*(std::size_t)>& from,
+                 const RowsOf& to, std::size_t rows, std::size_t n, std::size_t channels,
+                 const std::vector<double>& by_col = {});
 
 } // namespace vorlane::host

@@ -93,25 +93,23 @@ void smooth_before_shrinking(ImagePtr& image, double row_factor, double col_fact
     const std::size_t rows = count_of(image->nrows), cols = count_of(image->ncols);
     const auto row = [&](std::size_t i) { return image->pixels[i]; };
     const auto sigma_of = [](double f) { return 0.5 * std::sqrt(f * f - 1.0); };
+    const auto factors = [](const GaussianFilters& filters, double sigma, std::size_t n) {
+        std::vector<double> gain = LineProfile(filters, sigma, n).gain;
+        for (double& value : gain)
+            value = 1.0 / (value * filters.smoothing_divisor);
+        return gain;
+    };
     if (row_factor > 1.0) {
-        const GaussianFilters filters(sigma_of(row_factor));
-        const LineProfile profile(filters, sigma_of(row_factor), rows);
-        filter_columns(filters.smoothing, row, rows, cols * channels);
-        for (std::size_t i = 0; i < rows; ++i) {
-            const double factor = 1.0 / (profile.gain[i] * filters.smoothing_divisor);
-            for (std::size_t k = 0; k < cols * channels; ++k)
-                row(i)[k] = static_cast<float>(row(i)[k] * factor);
-        }
+        const double sigma = sigma_of(row_factor);
+        const GaussianFilters filters(sigma);
+        filter_columns(filters.smoothing, row, rows, cols * channels,
+                       factors(filters, sigma, rows));
     }
     if (col_factor > 1.0) {
-        const GaussianFilters filters(sigma_of(col_factor));
-        const LineProfile profile(filters, sigma_of(col_factor), cols);
-        filter_rows(filters.smoothing, row, rows, cols, channels);
-        for (std::size_t i = 0; i < rows; ++i) {
-            for (std::size_t k = 0; k < cols * channels; ++k)
-                row(i)[k] = static_cast<float>(
-                    row(i)[k] / (profile.gain[k / channels] * filters.smoothing_divisor));
-        }
+        const double sigma = sigma_of(col_factor);
+        const GaussianFilters filters(sigma);
+        filter_rows(filters.smoothing, row, row, rows, cols, channels,
+                    factors(filters, sigma, cols));
     }
 }
 

@@ -12,13 +12,13 @@ namespace vorlane::host {
 
 namespace {
 
-std::vector<double> reciprocals(std::vector<double> line) {
+std::vector<double> reciprocals(std::vector<double> line, double divisor = 1.0) {
     for (double& value : line)
-        value = 1.0 / value;
+        value = 1.0 / (value * divisor);
     return line;
 }
 
-// image[i][j] *= by_row[i] * by_col[j], `channels` samples a pixel.
+// image[i][j] *= by_row[i] * by_col[j]
 void multiply(CImage& image, const std::vector<double>& by_row, const std::vector<double>& by_col) {
     for (std::size_t i = 0; i < by_row.size(); ++i) {
         float* const row = image.pixels[i];
@@ -27,14 +27,7 @@ void multiply(CImage& image, const std::vector<double>& by_row, const std::vecto
     }
 }
 
-ImagePtr copy_of(const CImage& image) {
-    ImagePtr copy = make_image(image.nrows, image.ncols, image.image_type);
-    for (int i = 0; i < image.nrows; ++i)
-        std::copy_n(image.pixels[i], count_of(image.ncols) * channels_of(image), copy->pixels[i]);
-    return copy;
-}
-
-auto rows_of(CImage& image) {
+auto rows_of(const CImage& image) {
     return [&image](std::size_t i) { return image.pixels[i]; };
 }
 
@@ -60,10 +53,10 @@ Filtered filtered_plane(const CImage& gray, double sigma, const GaussianFilters&
         image->file_format = FileFormat::none;
         return {std::move(image), pass == Pass::smooth ? 1.0 : derivative_factor};
     }
-    ImagePtr image = copy_of(gray);
+    ImagePtr image = make_image(gray.nrows, gray.ncols, ImageType::gray);
     const std::size_t rows = count_of(gray.nrows), cols = count_of(gray.ncols);
-    filter_rows(pass == Pass::slope_x ? filters.derivative : filters.smoothing, rows_of(*image),
-                rows, cols, 1);
+    filter_rows(pass == Pass::slope_x ? filters.derivative : filters.smoothing, rows_of(gray),
+                rows_of(*image), rows, cols, 1);
     filter_columns(pass == Pass::slope_y ? filters.derivative : filters.smoothing, rows_of(*image),
                    rows, cols);
     return {std::move(image), 1.0};
@@ -138,23 +131,17 @@ ImagePtr by_channel(const CImage& image, Plane plane) {
 ImagePtr smooth(const CImage& image, double sigma) {
     check_image(image);
     check_sigma(sigma);
+    const std::size_t rows = count_of(image.nrows), cols = count_of(image.ncols);
+    const std::size_t channels = channels_of(image);
     const GaussianFilters filters(sigma);
-    const auto by_row = reciprocals(LineProfile(filters, sigma, count_of(image.nrows)).gain);
-    const auto by_col = reciprocals(LineProfile(filters, sigma, count_of(image.ncols)).gain);
-    if (image.image_type == ImageType::gray)
-        return smooth_plane(image, sigma, filters, by_row, by_col);
+    const LineProfile down(filters, sigma, rows), along(filters, sigma, cols);
+    if (channels == 1 && sigma <= largest_sigma_in_floats)
+        return smooth_plane(image, sigma, filters, reciprocals(down.gain), reciprocals(along.gain));
     ImagePtr result = make_image(image.nrows, image.ncols, image.image_type);
-    const ImagePtr part = make_image(image.nrows, image.ncols, ImageType::gray);
-    for (std::size_t c = 0; c < 3; ++c) {
-        copy_channel(image, c, *part);
-        const ImagePtr raw = filtered_plane(*part, sigma, filters, Pass::smooth).image;
-        for (std::size_t i = 0; i < by_row.size(); ++i) {
-            const float* const in = raw->pixels[i];
-            float* const out = result->pixels[i] + c;
-            for (std::size_t j = 0; j < by_col.size(); ++j)
-                out[3 * j] = static_cast<float>(in[j] * (by_row[i] * by_col[j]));
-        }
-    }
+    filter_rows(filters.smoothing, rows_of(image), rows_of(*result), rows, cols, channels,
+                reciprocals(along.gain, filters.smoothing_divisor));
+    filter_columns(filters.smoothing, rows_of(*result), rows, cols * channels,
+                   reciprocals(down.gain, filters.smoothing_divisor));
     return result;
 }
 
@@ -210,36 +197,36 @@ Gradient gradient(const CImage& image, double sigma) {
 VolumePtr smooth(const CVolume& volume, double sigma) {
     check_volume(volume);
     check_sigma(sigma);
+    const std::size_t slices = count_of(volume.nslices);
+    const std::size_t rows = count_of(volume.nrows), cols = count_of(volume.ncols);
     const GaussianFilters filters(sigma);
-    const auto by_slice = reciprocals(LineProfile(filters, sigma, count_of(volume.nslices)).gain);
-    const auto by_col = reciprocals(LineProfile(filters, sigma, count_of(volume.ncols)).gain);
-    auto by_row = reciprocals(LineProfile(filters, sigma, count_of(volume.nrows)).gain);
+    const LineProfile through(filters, sigma, slices), down(filters, sigma, rows),
+        along(filters, sigma, cols);
+    const auto by_slice = reciprocals(through.gain), by_row = reciprocals(down.gain),
+               by_col = reciprocals(along.gain);
     VolumePtr result;
     if (sigma <= largest_sigma_in_floats) {
         result.reset(volume.smooth_volume(static_cast<float>(sigma)));
         if (!result)
             throw Error("there is no memory for the smoothed volume");
+        for (std::size_t k = 0; k < slices; ++k) {
+            std::vector<double> factors = by_row;
+            for (double& factor : factors)
+                factor *= by_slice[k];
+            multiply(result->slices[k], factors, by_col);
+            result->slices[k].pixel_format = PixelFormat::float32;
+        }
     } else {
         result = make_volume(volume.nslices, volume.nrows, volume.ncols);
-        const std::size_t rows = count_of(volume.nrows), cols = count_of(volume.ncols);
-        for (int k = 0; k < volume.nslices; ++k) {
-            CImage& slice = result->slices[k];
-            for (std::size_t i = 0; i < rows; ++i)
-                std::copy_n(volume.slices[k].pixels[i], cols, slice.pixels[i]);
-            filter_rows(filters.smoothing, rows_of(slice), rows, cols, 1);
-            filter_columns(filters.smoothing, rows_of(slice), rows, cols);
+        for (std::size_t k = 0; k < slices; ++k) {
+            const auto slice = rows_of(result->slices[k]);
+            filter_rows(filters.smoothing, rows_of(volume.slices[k]), slice, rows, cols, 1, by_col);
+            filter_columns(filters.smoothing, slice, rows, cols, by_row);
         }
         for (std::size_t i = 0; i < rows; ++i)
             filter_columns(
                 filters.smoothing, [&](std::size_t k) { return result->slices[k].pixels[i]; },
-                count_of(volume.nslices), cols);
-    }
-    for (int k = 0; k < volume.nslices; ++k) {
-        std::vector<double> factors = by_row;
-        for (double& factor : factors)
-            factor *= by_slice[count_of(k)];
-        multiply(result->slices[k], factors, by_col);
-        result->slices[k].pixel_format = PixelFormat::float32;
+                slices, cols, by_slice);
     }
     result->pixel_format = PixelFormat::float32;
     return result;
