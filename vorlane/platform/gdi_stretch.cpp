@@ -112,13 +112,17 @@ std::array<Colour, 256> colours_of(const BITMAPINFO* info) {
     return colours;
 }
 
+// What finds pixels is a type of its own, not a function, so that its calls are compiled in place.
+//
 // The index at a column; the first pixel of a byte has its highest bits.
 template<int depth>
-unsigned char index_at(const unsigned char* source, int column) {
-    constexpr int in_byte = 8 / depth;
-    const int shift = 8 - depth - column % in_byte * depth;
-    return static_cast<unsigned char>(source[column / in_byte] >> shift & ((1 << depth) - 1));
-}
+struct IndexAt {
+    unsigned char operator()(const unsigned char* source, int column) const {
+        constexpr int in_byte = 8 / depth;
+        const int shift = 8 - depth - column % in_byte * depth;
+        return static_cast<unsigned char>(source[column / in_byte] >> shift & ((1 << depth) - 1));
+    }
+};
 
 // One channel of a pixel of 16 or 32 bits.
 class Channel {
@@ -200,10 +204,12 @@ void put_colour(unsigned char* out, Colour colour) {
     out[2] = colour.blue;
 }
 
-Colour colour_at(const unsigned char* source, int column) {
-    const unsigned char* const pixel = source + std::ptrdiff_t{3} * column;
-    return {pixel[2], pixel[1], pixel[0]};
-}
+struct ColourAt {
+    Colour operator()(const unsigned char* source, int column) const {
+        const unsigned char* const pixel = source + std::ptrdiff_t{3} * column;
+        return {pixel[2], pixel[1], pixel[0]};
+    }
+};
 
 bool can_be_drawn(const BITMAPINFOHEADER& header) {
     if (header.biWidth < 1 || header.biHeight == 0)
@@ -282,19 +288,19 @@ int StretchDIBits(HDC device, int x, int y, int w, int h, int source_x, int sour
     };
     switch (depth) {
     case 1:
-        draw_indices(index_at<1>);
+        draw_indices(IndexAt<1>());
         break;
     case 4:
-        draw_indices(index_at<4>);
+        draw_indices(IndexAt<4>());
         break;
     case 8:
-        draw_indices(index_at<8>);
+        draw_indices(IndexAt<8>());
         break;
     case 16:
         draw_colours(PackedColours<std::uint16_t>(info));
         break;
     case 24:
-        draw_colours(colour_at);
+        draw_colours(ColourAt());
         break;
     default:
         draw_colours(PackedColours<std::uint32_t>(info));
