@@ -73,9 +73,7 @@ struct Results {
 
 // Replaces each slice by its results. Only the smoothed slices k - 1 and k have to be kept for it.
 void find_eigenvalues(const Results& results) {
-    const auto& [slices, mag, dir, scale, all_rows, all_cols] = results;
-    const Index rows = all_rows; // clang 14 lets no lambda capture a part of a structure
-    const Index cols = all_cols;
+    const auto& [slices, mag, dir, scale, rows, cols] = results;
     Plane before(rows, cols, Fill::none);
     Plane here(rows, cols, Fill::none);
     const auto keep = [&results](float* const* from, const Plane& to) {
