@@ -163,8 +163,13 @@ inline F64 look_up_8(const double* table, F64 index) {
     return {table[static_cast<int>(index.v)]};
 }
 
+// The smallest integer where it doesn't fit, as processors give it.
+inline std::int32_t truncated(double v) {
+    return v > -2147483649.0 && v < 2147483648.0 ? static_cast<std::int32_t>(v)
+                                                 : std::int32_t{-2147483647} - 1;
+}
 inline F64 truncate(F64 a) {
-    return {static_cast<double>(static_cast<int>(a.v))};
+    return {static_cast<double>(truncated(a.v))};
 }
 inline F32 truncate(F32 a) {
     return {__builtin_truncf(a.low), __builtin_truncf(a.high)};
@@ -178,11 +183,11 @@ inline void transpose(F32 (&rows)[F32::count]) {
 }
 
 inline void store_truncated(std::int32_t* p, F64 a) {
-    *p = static_cast<std::int32_t>(a.v);
+    *p = truncated(a.v);
 }
 inline void store_truncated(std::int32_t* p, F32 a) {
-    p[0] = static_cast<std::int32_t>(a.low);
-    p[1] = static_cast<std::int32_t>(a.high);
+    p[0] = truncated(a.low);
+    p[1] = truncated(a.high);
 }
 
 inline void store_low_bytes(unsigned char* p, const std::int32_t (&whole)[32]) {
