@@ -3,6 +3,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <limits>
 #include <string>
 
 #include "host/formats/format.h"
@@ -59,6 +60,9 @@ Picture read_bmp(const ReadRequest& request) {
     if (width < 1 || rows < 1)
         request.fail("has no pixels");
     const std::int64_t row_bytes = (std::int64_t{width} * bits + 31) / 32 * 4;
+    if (rows > std::numeric_limits<std::int64_t>::max() / row_bytes)
+        request.fail("says " + std::to_string(rows) + " x " + std::to_string(width) +
+                     " pixels, which no file can hold");
     const std::int64_t size = stated_size != 0 ? std::int64_t{stated_size} : rows * row_bytes;
     if (size / rows < std::int64_t{width} * bits / 8)
         request.fail("is a BMP file whose sizes contradict each other");
