@@ -20,6 +20,13 @@ if(VORLANE_SANITIZE)
                       -fno-omit-frame-pointer)
   add_link_options(-fsanitize=address,undefined)
 endif()
+if(VORLANE_LIBFUZZER)
+  add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
+if(VORLANE_COVERAGE)
+  add_compile_options(-fprofile-instr-generate -fcoverage-mapping)
+  add_link_options(-fprofile-instr-generate)
+endif()
 
 # Kernel files are compiled once for each instruction set, with these options. vorlane/simd/instruction_set.h
 # lists the same sets.

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -15,8 +16,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
-
-constexpr int mutations_of_each = 150;
 
 std::vector<Bytes> read_corpus(const char* folder) {
     std::vector<std::filesystem::path> paths;
@@ -64,10 +63,11 @@ Bytes mutate(Bytes bytes, std::mt19937& random) {
 } // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 2) {
-        std::fputs("usage: fuzz_NAME CORPUS_FOLDER\n", stderr);
+    if (argc < 2) {
+        std::fputs("usage: fuzz_NAME CORPUS_FOLDER [MUTATIONS_OF_EACH]\n", stderr);
         return 2;
     }
+    const int mutations_of_each = argc > 2 ? std::atoi(argv[2]) : 150;
     const auto corpus = read_corpus(argv[1]);
     std::mt19937 random(1);
     for (const Bytes& bytes : corpus) {

@@ -30,7 +30,7 @@ inline const char* input_path(const std::uint8_t* data, std::size_t size) {
     };
     static const Folder folder;
     std::FILE* const file = std::fopen(folder.file.c_str(), "wb");
-    if (!file || std::fwrite(data, 1, size, file) < size || std::fclose(file) != 0)
+    if (!file || (size > 0 && std::fwrite(data, 1, size, file) < size) || std::fclose(file) != 0)
         std::abort();
     return folder.file.c_str();
 }

@@ -170,7 +170,11 @@ std::size_t SourceStream::read(void* to, std::size_t count) {
 
 bool sizes_are_believable(std::int64_t rows, std::int64_t cols, std::int64_t channels,
                           std::int64_t bytes_per_sample, std::int64_t available) {
+#ifdef FUZZING_BUILD_MODE_UNSAFE_FOR_PRODUCTION
+    constexpr std::int64_t always_believed = std::int64_t{1} << 20; // see vorlane/bytes/gate.cpp
+#else
     constexpr std::int64_t always_believed = std::int64_t{1} << 26;
+#endif
     constexpr std::int64_t large = std::int64_t{1} << 28;
     constexpr std::int64_t smallest_row = 16; // samples of memory that even a row of one takes
     constexpr std::int64_t largest_side = std::numeric_limits<int>::max();
@@ -180,8 +184,9 @@ bool sizes_are_believable(std::int64_t rows, std::int64_t cols, std::int64_t cha
     const std::int64_t samples = saturating_product(row, rows);
     if (samples <= always_believed)
         return true;
-    return available >=
-           saturating_product(samples, bytes_per_sample) / (samples < large ? 1000 : 100);
+    return bytes_per_sample > 0 &&
+           available >=
+               saturating_product(samples, bytes_per_sample) / (samples < large ? 1000 : 100);
 }
 
 } // namespace vorlane::host

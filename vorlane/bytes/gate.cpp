@@ -7,7 +7,12 @@ namespace vorlane {
 
 namespace {
 
+#ifdef FUZZING_BUILD_MODE_UNSAFE_FOR_PRODUCTION
+// Targets would fill planes with one sample most of their time.
+constexpr std::int64_t always_believed_samples = std::int64_t{1} << 20;
+#else
 constexpr std::int64_t always_believed_samples = std::int64_t{1} << 26;
+#endif
 constexpr std::int64_t easily_believed_samples = std::int64_t{1} << 28;
 constexpr std::int64_t easy_ratio = 1000;
 constexpr std::int64_t ratio = 100;
