@@ -125,7 +125,8 @@ public:
     // movie: to gray by the mean of the channels, to colour by three equal ones, and its samples to
     // bytes or other numbers by truncation. A larger image gives its top left part, a smaller one
     // is filled up by 0. A colour TQ movie takes frames only with pixel_format 4. CloseVideo tells
-    // if something couldn't be written.
+    // if something couldn't be written; what is there of the file stays, and opens as a movie whose
+    // last frames are missing.
     int WriteCurrentFrame(const CImage* frame);
 
     // Appends the samples of `frame`, which is of the movie's kind, to tqf_file. Returns 1.
