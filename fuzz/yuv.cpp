@@ -17,7 +17,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (!movie)
         return 0;
     if (movie->nframes != 0 && movie->OpenVideo(std::string(movie->file_name).c_str())) {
-        volatile float last = movie->image->pixels[movie->nrows - 1][3 * movie->ncols - 1];
+        const int channels = movie->image->image_type == 1 ? 3 : 1; // a gray frame makes it gray
+        volatile float last = movie->image->pixels[movie->nrows - 1][channels * movie->ncols - 1];
         static_cast<void>(last);
     }
     std::remove(movie->file_name);
