@@ -50,8 +50,10 @@ constexpr Option rotate_options[] = {
      .initial = "90",
      .low = -1e6,
      .high = 1e6},
+    {.name = "expand", .purpose = "Make the result as large as the turned picture"},
     {.name = "keep-size",
-     .purpose = "Cut off what leaves the size of the picture, in place of growing with it"},
+     .purpose = "Keep the size at multiples of 90 degrees too, which turn it otherwise",
+     .excludes = "expand"},
     {.name = "fill",
      .kind = Kind::number,
      .purpose = "The value of pixels from outside the picture",
@@ -118,9 +120,11 @@ Result run_translate(Subject& subject, const Call& call) {
 
 Result run_rotate(Subject& subject, const Call& call) {
     const double degrees = call.arguments.number("degrees");
-    if (!call.arguments.flag("plain"))
-        return picture_result(rotate(*subject, degrees, !call.arguments.flag("keep-size"),
+    if (!call.arguments.flag("plain")) {
+        const bool is_exact = std::fmod(degrees, 90.0) == 0.0 && !call.arguments.flag("keep-size");
+        return picture_result(rotate(*subject, degrees, is_exact || call.arguments.flag("expand"),
                                      call.arguments.number("fill")));
+    }
     return picture_result(ImagePtr(subject->Rotate(static_cast<int>(degrees))));
 }
 
@@ -182,8 +186,10 @@ constexpr Operation table[] = {
     {.description = {.group = "geometry",
                      .name = "rotate",
                      .purpose = "Turn counter-clockwise",
-                     .notes = "Multiples of 90 degrees move whole pixels and lose nothing.",
-                     .example = "in.pgm out.pgm --degrees 30",
+                     .notes =
+                         "Multiples of 90 degrees move whole pixels and lose nothing; at other "
+                         "angles the size stays without --expand.",
+                     .example = "in.pgm out.pgm --degrees 30 --expand",
                      .options = rotate_options},
      .run = run_rotate,
      .check = check_rotate},
