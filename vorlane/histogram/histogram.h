@@ -67,7 +67,7 @@ public:
     // for an exact fit. Returns 1000000.0 after a failure, with nparams 0: with n below 1, with
     // fewer bins than parameters, on a histogram of zeros, or if memory is short. The time grows
     // with the number of bins and faster than n: 256 bins take milliseconds, 65536 bins 1 to 5
-    // seconds for two Gaussians and up to 20 for four.
+    // seconds for two Gaussians and up to 20 for four. Empty bins that no Gaussian reaches are free.
     float FitNGaussians(int n);
 
     // Fits first, first + 1, ... last - 1 Gaussians, and keeps the fit with the fewest of them

@@ -108,12 +108,62 @@ bool evaluate_mixture(double x, const std::vector<double>& params, double& value
     return is_near;
 }
 
+// Where counts and mixture are 0 together, a point adds nothing: finds the next that may.
+class Gaps {
+public:
+    // Points in the order of their abscissae; of others none is passed over.
+    explicit Gaps(const Points& points) : points_(points) {
+        if (!are_levels(points))
+            return;
+        next_counted_.resize(static_cast<std::size_t>(points.count));
+        for (int k = points.count, next = k; k-- > 0;) {
+            next = points.y[k] == 0.0f ? next : k;
+            next_counted_[static_cast<std::size_t>(k)] = next;
+        }
+    }
+
+    // Notes how far the components reach, with a margin over what evaluate_mixture calls far.
+    void reach_of(const std::vector<double>& params) {
+        constexpr double farther = 12.0;
+        reaches_.clear();
+        for (std::size_t k = 0; k < params.size(); k += 3) {
+            const double reach = farther * std::fabs(params[k + 2]);
+            reaches_.push_back({params[k + 1] - reach, params[k + 1] + reach});
+        }
+    }
+
+    // The first point from k on that has a count or that a component reaches.
+    int next(int k) const {
+        if (next_counted_.empty())
+            return k;
+        int next = next_counted_[static_cast<std::size_t>(k)];
+        for (const Reach& reach : reaches_) {
+            const double x = points_.x[k];
+            if (x < reach.low && next > k)
+                next = static_cast<int>(
+                    std::lower_bound(points_.x + k, points_.x + next, reach.low) - points_.x);
+            else if (!(x > reach.high))
+                return k;
+        }
+        return next;
+    }
+
+private:
+    struct Reach {
+        double low, high;
+    };
+
+    Points points_;
+    std::vector<int> next_counted_;
+    std::vector<Reach> reaches_;
+};
+
 // The model at the parameters, which a model that isn't the mixture takes as floats.
 class Evaluation {
 public:
-    Evaluation(Model model, std::size_t nparams)
+    Evaluation(const Points& points, Model model, std::size_t nparams)
         : model_(model), is_mixture_(model == gaussian_mixture_model && nparams % 3 == 0),
-          params_(nparams), float_derivatives_(nparams), derivatives_(nparams) {}
+          gaps_(points), params_(nparams), float_derivatives_(nparams), derivatives_(nparams) {}
 
     bool is_mixture() const { return is_mixture_; }
 
@@ -126,9 +176,16 @@ public:
         std::transform(e.params.begin(), e.params.end(), params_.begin(),
                        [](double p) { return static_cast<float>(p); });
         double last = 0.0;
+        if (is_mixture_)
+            gaps_.reach_of(e.params);
         for (int k = 0; k < points.count; ++k) {
             double value = 0.0;
             if (is_mixture_) {
+                if (const int next = gaps_.next(k); next > k) {
+                    last = 0.0;
+                    k = next - 1;
+                    continue;
+                }
                 if (!evaluate_mixture(points.x[k], e.params, value, derivatives_) &&
                     points.y[k] == 0.0f) {
                     last = 0.0;
@@ -168,6 +225,7 @@ private:
 
     Model model_;
     bool is_mixture_;
+    Gaps gaps_;
     std::vector<float> params_, float_derivatives_;
     std::vector<double> derivatives_;
 };
@@ -310,7 +368,7 @@ void move_start(const NormalEquations& start, const std::vector<double>& scale,
 class Fit {
 public:
     Fit(const Points& points, Model model, std::size_t nparams)
-        : points_(points), evaluation_(model, nparams), best_(nparams), tried_(nparams),
+        : points_(points), evaluation_(points, model, nparams), best_(nparams), tried_(nparams),
           scale_(nparams), nothing_(sum_of_nothing(points)) {
         best_.sum = std::numeric_limits<double>::infinity();
     }
