@@ -10,8 +10,15 @@ set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 # Results are the same bits everywhere: no contraction of a product and a sum into one rounding.
 # Floating-point exceptions and errno are not read, and saying so changes no result.
 add_compile_options(-ffp-contract=off -fno-math-errno -fno-trapping-math)
+# Files above 2 GB on systems of 32 bits too.
+add_compile_definitions(_FILE_OFFSET_BITS=64)
 add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-sign-conversion
                     -Wnon-virtual-dtor -Wcast-align)
+if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+  # Numbers of rows and samples have 64 bits everywhere. A plane that the memory holds has passed the check of
+  # its size, so what is counted over one fits the 32 bits of sizes here.
+  add_compile_options(-Wno-conversion)
+endif()
 if(VORLANE_WARNINGS_AS_ERRORS)
   add_compile_options(-Werror)
 endif()
@@ -26,6 +33,11 @@ endif()
 if(VORLANE_COVERAGE)
   add_compile_options(-fprofile-instr-generate -fcoverage-mapping)
   add_link_options(-fprofile-instr-generate)
+endif()
+
+if(VORLANE_SANITIZE_THREADS)
+  add_compile_options(-fsanitize=thread -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=thread)
 endif()
 
 # Kernel files are compiled once for each instruction set, with these options. vorlane/simd/instruction_set.h

@@ -114,7 +114,6 @@ const std::vector<ImageChange>& image_changes() {
          [](CImage& a) {
              SetRidgeProgress([](int, float, void*) {}, nullptr);
              a.ridges(1.0f, 2.0f, 2, 1, 1, nullptr);
-             SetRidgeProgress(nullptr, nullptr);
          },
          "mds"},
     };

@@ -11,6 +11,7 @@
 #include <vorlane/image/soundness.h>
 #include <vorlane/imagefiles/bmp_pixels.h>
 #include <vorlane/numerics/rounding.h>
+#include <vorlane/platform/arithmetic.h>
 
 namespace {
 
@@ -39,6 +40,7 @@ void CDib::finish_colours() {
 
 void CDib::set_to_plane(int rows, int cols, int image_type, const float* const* plane,
                         int normalize, float lo, float hi) {
+    const DefaultArithmetic arithmetic;
     if (!plane || !allocate(cols, rows, BitDepth::of(image_type)))
         return;
     if (image_type != ImageType::gray || normalize == 0) {
@@ -73,6 +75,7 @@ CDib::CDib(int rows, int cols, int image_type, const float* const* plane, int no
 }
 
 void CDib::set_to_image(const CImage* image, const int* table) {
+    const DefaultArithmetic arithmetic;
     if (!image || !image->pixels || !holds_channels(*image, channels_read(image->image_type)) ||
         !table)
         return;

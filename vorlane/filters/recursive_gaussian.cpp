@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include <vorlane/filters/coefficients.h>
+#include <vorlane/platform/arithmetic.h>
 
 namespace {
 
@@ -20,11 +21,13 @@ void write_record(const Coefficients& c, float** coef) {
 } // namespace
 
 void ga(float sigma, float** coef) {
+    const DefaultArithmetic arithmetic;
     if (coef && is_valid_sigma(sigma))
         write_record(gaussian_coefficients(sigma), coef);
 }
 
 void fdga(float sigma, float** coef) {
+    const DefaultArithmetic arithmetic;
     if (coef && is_valid_sigma(sigma))
         write_record(derivative_coefficients(sigma), coef);
 }

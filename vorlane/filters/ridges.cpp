@@ -14,6 +14,7 @@
 #include <vorlane/image/range.h>
 #include <vorlane/image/results.h>
 #include <vorlane/numerics/elementary.h>
+#include <vorlane/platform/arithmetic.h>
 
 namespace {
 
@@ -68,6 +69,7 @@ void SetRidgeProgress(RidgeProgress progress, void* context) {
 
 float bilinear_int(const float* const* grad_row, const float* const* grad_col, int row, int col,
                    float distance, float angle) {
+    const DefaultArithmetic arithmetic;
     if (!(std::abs(distance) <= 0x1p30f) || !std::isfinite(angle))
         return std::numeric_limits<float>::quiet_NaN();
     const double theta = angle;

@@ -14,6 +14,7 @@
 #include <vorlane/image/soundness.h>
 #include <vorlane/numerics/elementary.h>
 #include <vorlane/numerics/rounding.h>
+#include <vorlane/platform/arithmetic.h>
 
 namespace {
 
@@ -28,6 +29,7 @@ int as_whole_number(float value) {
 // Bins, and the largest of them. Without memory, or without a mask that holds the image, the
 // histogram is left as an empty one.
 void count(const CImage* image, const float* const* mask, bool drop_zero, CHistogram& h) {
+    const DefaultArithmetic arithmetic;
     const int top = image ? highest_level(*image, mask) : no_level;
     IntArray bins(make_1D_int_array(top + 1));
     if (!bins)

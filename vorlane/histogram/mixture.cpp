@@ -10,6 +10,7 @@
 #include <vorlane/image/plane.h>
 #include <vorlane/numerics/mixture_starts.h>
 #include <vorlane/numerics/solvers.h>
+#include <vorlane/platform/arithmetic.h>
 
 namespace {
 
@@ -82,6 +83,7 @@ int choose(const float* misfits, int first, int last, float threshold) {
 } // namespace
 
 float CHistogram::FitNGaussians(int n) {
+    const DefaultArithmetic arithmetic;
     nparams = 0;
     if (n < 1 || n > most_components || !has_counts(*this))
         return gave_up;
@@ -95,6 +97,7 @@ float CHistogram::FitNGaussians(int n) {
 }
 
 float* CHistogram::FitGaussians(int first, int last, float threshold) {
+    const DefaultArithmetic arithmetic;
     if (first < 1 || last < 1 || last > most_components || !has_counts(*this))
         return nullptr;
     const Plane table(make_plane(last, std::int64_t{3} * last));

@@ -59,7 +59,7 @@ std::size_t bytes_of_plane(std::int64_t rows, std::int64_t cols) {
     if (table > memory || (rows > 0 && pitch > (memory - table) / static_cast<std::uint64_t>(rows)))
         return 0;
     const std::uint64_t size = table + static_cast<std::uint64_t>(rows) * pitch + cache_line;
-    return (size + cache_line - 1) / cache_line * cache_line;
+    return static_cast<std::size_t>((size + cache_line - 1) / cache_line * cache_line);
 }
 
 // A block with one user; null if there is no memory.

@@ -8,6 +8,7 @@
 #include <vorlane/image/results.h>
 #include <vorlane/numerics/elementary.h>
 #include <vorlane/numerics/rounding.h>
+#include <vorlane/platform/arithmetic.h>
 
 namespace {
 
@@ -121,6 +122,7 @@ CImage* CImage::RGB_to_LUV() const {
 }
 
 void RGB_to_LUV(float r, float g, float b, float* l, float* u, float* v) {
+    const DefaultArithmetic arithmetic;
     const double X = static_cast<float>(X_of(r, g, b));
     const double Y = static_cast<float>(Y_of(r, g, b));
     const double Z = static_cast<float>(Z_of(r, g, b));
@@ -138,6 +140,7 @@ void RGB_to_LUV(float r, float g, float b, float* l, float* u, float* v) {
 }
 
 void LUV_to_RGB(float l, float u, float v, float* r, float* g, float* b) {
+    const DefaultArithmetic arithmetic;
     if (l < 0.1) {
         *r = *g = *b = 0.0f;
         return;

@@ -1,11 +1,14 @@
 // Private: where a shortage of memory ends. Private code throws std::bad_alloc; each public entry
-// does its work in one guard, and gives null, 0 or "nothing has changed" in its place.
+// does its work in one guard, and gives null, 0 or "nothing has changed" in its place. The guard
+// also stands for arithmetic that doesn't depend on the host's settings.
 #pragma once
 
 #include <new>
 #include <stdexcept>
 #include <type_traits>
 #include <utility>
+
+#include <vorlane/platform/arithmetic.h>
 
 namespace vorlane {
 
@@ -20,6 +23,7 @@ concept Owner = requires(T owner) {
 template<class Work>
 auto guarded(Work&& work) {
     using Result = std::invoke_result_t<Work>;
+    const DefaultArithmetic arithmetic;
     try {
         if constexpr (Owner<Result>)
             return std::forward<Work>(work)().release();

@@ -6,6 +6,7 @@
 #include <vorlane/image/colour_weights.h>
 #include <vorlane/image/range.h>
 #include <vorlane/image/results.h>
+#include <vorlane/platform/arithmetic.h>
 
 namespace {
 
@@ -118,6 +119,7 @@ void CImage::SetPixel(int row, int col, unsigned long colour) {
 }
 
 void CImage::Normalize(float lo, float hi) {
+    const DefaultArithmetic arithmetic;
     pixel_format = PixelFormat::byte;
     if (!has_rows_and_columns(*this) || !holds_channels(*this, 1))
         return;

@@ -1,4 +1,5 @@
 #include <vorlane/numerics/solvers.h>
+#include <vorlane/platform/arithmetic.h>
 
 #include <algorithm>
 #include <cmath>
@@ -95,6 +96,7 @@ private:
 } // namespace
 
 int VNeumannEigens(float** matrix, int size, float* eigenvalues, float** eigenvectors) try {
+    const vorlane::DefaultArithmetic arithmetic;
     constexpr int most_sweeps = 60; // a handful suffices: the last ones square what is left
     if (!matrix || !eigenvalues || size < 1)
         return 0;

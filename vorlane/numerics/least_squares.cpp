@@ -13,6 +13,7 @@
 #include <vorlane/numerics/elementary.h>
 #include <vorlane/numerics/mixture_starts.h>
 #include <vorlane/numerics/solvers.h>
+#include <vorlane/platform/arithmetic.h>
 
 namespace {
 
@@ -526,6 +527,7 @@ float solve(const Points& points, float* params, std::size_t nparams, Model mode
 float LevenbergMarquardt(float* x, float* y, float* sig, int n, float* params, int nparams,
                          void (*model)(float x, float* params, float* value, float* derivatives,
                                        int nparams)) {
+    const DefaultArithmetic arithmetic;
     if (!x || !y || !sig || !params || !model || nparams < 1 || n < nparams)
         return gave_up;
     try {

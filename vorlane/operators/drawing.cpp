@@ -6,6 +6,7 @@
 #include <vorlane/image/soundness.h>
 #include <vorlane/numerics/elementary.h>
 #include <vorlane/numerics/rounding.h>
+#include <vorlane/platform/arithmetic.h>
 
 namespace {
 
@@ -43,6 +44,7 @@ void CImage::DrawCross(int row, int col, float value, int half_length) {
 }
 
 void CImage::DrawCircle(int row, int col, float radius, float value) {
+    const DefaultArithmetic arithmetic;
     if (!has_pixels(*this))
         return;
     for (int degree = 0; degree < 360; ++degree) {

@@ -8,6 +8,7 @@
 #include <vorlane/image/results.h>
 #include <vorlane/numerics/elementary.h>
 #include <vorlane/operators/sampling_kernels.h>
+#include <vorlane/platform/arithmetic.h>
 
 namespace {
 
@@ -154,6 +155,7 @@ CImage* CImage::Rotate(int degrees) const {
 }
 
 CImage* CImage::Scale(float row_factor, float col_factor) const {
+    const DefaultArithmetic arithmetic;
     if (col_factor == 0.0f)
         col_factor = row_factor;
     const int rows = scaled_side(nrows, row_factor);
@@ -162,6 +164,7 @@ CImage* CImage::Scale(float row_factor, float col_factor) const {
 }
 
 CImage* CImage::Scale(int new_rows, int new_cols) const {
+    const DefaultArithmetic arithmetic;
     if (!has_rows_and_columns(*this) || new_rows < 0 || new_cols < 0)
         return nullptr;
     const auto factor = [](int after, int before) {

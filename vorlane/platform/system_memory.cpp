@@ -1,5 +1,6 @@
 #include <vorlane/platform/system_memory.h>
 
+#include <algorithm>
 #include <limits>
 
 #if defined(__unix__) || defined(__APPLE__)
@@ -10,12 +11,13 @@
 namespace vorlane {
 
 std::uint64_t machine_memory() {
+    constexpr std::uint64_t addressable = std::numeric_limits<std::size_t>::max() / 2;
 #if defined(_SC_PHYS_PAGES) && defined(_SC_PAGESIZE)
     static const std::uint64_t memory = static_cast<std::uint64_t>(sysconf(_SC_PHYS_PAGES)) *
                                         static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
-    return memory;
+    return std::min(memory, addressable);
 #else
-    return std::numeric_limits<std::size_t>::max() / 2;
+    return addressable;
 #endif
 }
 

@@ -1,0 +1,221 @@
+// Private: lanes of AArch64's vectors of 128 bits. See lanes.h.
+#pragma once
+
+#include <arm_neon.h>
+
+#define VORLANE_FUSED_LANES
+
+namespace {
+
+struct M64 {
+    uint64x2_t bits;
+};
+struct M32 {
+    uint32x4_t bits;
+};
+
+struct F64 {
+    static constexpr int count = 2;
+    float64x2_t v;
+};
+
+struct F32 {
+    static constexpr int count = 4;
+    float32x4_t v;
+};
+
+inline F64 operator+(F64 a, F64 b) {
+    return {vaddq_f64(a.v, b.v)};
+}
+inline F64 operator-(F64 a, F64 b) {
+    return {vsubq_f64(a.v, b.v)};
+}
+inline F64 operator*(F64 a, F64 b) {
+    return {vmulq_f64(a.v, b.v)};
+}
+inline F64 operator/(F64 a, F64 b) {
+    return {vdivq_f64(a.v, b.v)};
+}
+inline F32 operator+(F32 a, F32 b) {
+    return {vaddq_f32(a.v, b.v)};
+}
+inline F32 operator-(F32 a, F32 b) {
+    return {vsubq_f32(a.v, b.v)};
+}
+inline F32 operator*(F32 a, F32 b) {
+    return {vmulq_f32(a.v, b.v)};
+}
+inline F32 operator/(F32 a, F32 b) {
+    return {vdivq_f32(a.v, b.v)};
+}
+
+inline F64 all_lanes(double value) {
+    return {vdupq_n_f64(value)};
+}
+inline F32 all_lanes(float value) {
+    return {vdupq_n_f32(value)};
+}
+
+inline F64 fused_add(F64 c, F64 a, F64 b) {
+    return {vfmaq_f64(c.v, a.v, b.v)};
+}
+inline F64 fused_subtract(F64 c, F64 a, F64 b) {
+    return {vfmsq_f64(c.v, a.v, b.v)};
+}
+
+inline F64 square_root(F64 a) {
+    return {vsqrtq_f64(a.v)};
+}
+inline F32 square_root(F32 a) {
+    return {vsqrtq_f32(a.v)};
+}
+inline F64 absolute(F64 a) {
+    return {vabsq_f64(a.v)};
+}
+inline F32 absolute(F32 a) {
+    return {vabsq_f32(a.v)};
+}
+
+inline F64 with_sign_of(F64 a, F64 sign) {
+    return {vbslq_f64(vdupq_n_u64(std::uint64_t{1} << 63), sign.v, a.v)};
+}
+
+// The instructions for minima and maxima prefer not-a-numbers.
+inline F64 minimum(F64 a, F64 b) {
+    return {vbslq_f64(vcltq_f64(a.v, b.v), a.v, b.v)};
+}
+inline F64 maximum(F64 a, F64 b) {
+    return {vbslq_f64(vcgtq_f64(a.v, b.v), a.v, b.v)};
+}
+inline F32 minimum(F32 a, F32 b) {
+    return {vbslq_f32(vcltq_f32(a.v, b.v), a.v, b.v)};
+}
+inline F32 maximum(F32 a, F32 b) {
+    return {vbslq_f32(vcgtq_f32(a.v, b.v), a.v, b.v)};
+}
+
+inline M64 operator<(F64 a, F64 b) {
+    return {vcltq_f64(a.v, b.v)};
+}
+inline M64 operator==(F64 a, F64 b) {
+    return {vceqq_f64(a.v, b.v)};
+}
+inline M32 operator<(F32 a, F32 b) {
+    return {vcltq_f32(a.v, b.v)};
+}
+inline M32 operator>=(F32 a, F32 b) {
+    return {vcgeq_f32(a.v, b.v)};
+}
+inline M32 operator==(F32 a, F32 b) {
+    return {vceqq_f32(a.v, b.v)};
+}
+inline M64 is_nonzero_number(F64 a) {
+    return {vcgtq_f64(vabsq_f64(a.v), vdupq_n_f64(0.0))};
+}
+inline M64 is_negative(F64 a) {
+    return {vcltzq_s64(vreinterpretq_s64_f64(a.v))};
+}
+
+inline M64 operator&(M64 a, M64 b) {
+    return {vandq_u64(a.bits, b.bits)};
+}
+inline M64 operator|(M64 a, M64 b) {
+    return {vorrq_u64(a.bits, b.bits)};
+}
+inline M32 operator&(M32 a, M32 b) {
+    return {vandq_u32(a.bits, b.bits)};
+}
+inline M32 operator|(M32 a, M32 b) {
+    return {vorrq_u32(a.bits, b.bits)};
+}
+
+inline unsigned lane_bits(M64 m) {
+    return static_cast<unsigned>((vgetq_lane_u64(m.bits, 0) & 1) | (vgetq_lane_u64(m.bits, 1) & 2));
+}
+inline unsigned lane_bits(M32 m) {
+    const uint32x4_t weights = {1, 2, 4, 8};
+    return vaddvq_u32(vandq_u32(m.bits, weights));
+}
+
+inline F64 select(M64 m, F64 a, F64 b) {
+    return {vbslq_f64(m.bits, a.v, b.v)};
+}
+inline F32 select(M32 m, F32 a, F32 b) {
+    return {vbslq_f32(m.bits, a.v, b.v)};
+}
+
+inline F32 load(const float* p) {
+    return {vld1q_f32(p)};
+}
+inline void store(float* p, F32 a) {
+    vst1q_f32(p, a.v);
+}
+inline F64 load(const double* p) {
+    return {vld1q_f64(p)};
+}
+inline void store(double* p, F64 a) {
+    vst1q_f64(p, a.v);
+}
+
+inline F64 load_floats(const float* p) {
+    return {vcvt_f64_f32(vld1_f32(p))};
+}
+inline void store_floats(float* p, F64 a) {
+    vst1_f32(p, vcvt_f32_f64(a.v));
+}
+inline F64 round_and_store(float* p, F64 a) {
+    const float32x2_t rounded = vcvt_f32_f64(a.v);
+    vst1_f32(p, rounded);
+    return {vcvt_f64_f32(rounded)};
+}
+inline F64 round_to_float(F64 a) {
+    return {vcvt_f64_f32(vcvt_f32_f64(a.v))};
+}
+inline void store_floats_times(float* p, F64 a, float factor) {
+    vst1_f32(p, vmul_n_f32(vcvt_f32_f64(a.v), factor));
+}
+
+inline F64 look_up_8(const double* table, F64 index) {
+    const int64x2_t i = vcvtq_s64_f64(index.v);
+    const float64x2_t first = vdupq_n_f64(table[vgetq_lane_s64(i, 0)]);
+    return {vsetq_lane_f64(table[vgetq_lane_s64(i, 1)], first, 1)};
+}
+
+inline F64 truncate(F64 a) {
+    return {vrndq_f64(a.v)};
+}
+inline F32 truncate(F32 a) {
+    return {vrndq_f32(a.v)};
+}
+
+inline void transpose(F32 (&rows)[F32::count]) {
+    const float32x4x2_t upper = vzipq_f32(rows[0].v, rows[2].v);
+    const float32x4x2_t lower = vzipq_f32(rows[1].v, rows[3].v);
+    const float32x4x2_t left = vzipq_f32(upper.val[0], lower.val[0]);
+    const float32x4x2_t right = vzipq_f32(upper.val[1], lower.val[1]);
+    rows[0].v = left.val[0];
+    rows[1].v = left.val[1];
+    rows[2].v = right.val[0];
+    rows[3].v = right.val[1];
+}
+
+inline void store_truncated(std::int32_t* p, F64 a) {
+    vst1_s32(p, vmovn_s64(vcvtq_s64_f64(a.v)));
+}
+inline void store_truncated(std::int32_t* p, F32 a) {
+    vst1q_s32(p, vcvtq_s32_f32(a.v));
+}
+
+inline void store_low_bytes(unsigned char* p, const std::int32_t (&whole)[32]) {
+    const auto low_words = [&](int k) { return vmovn_s32(vld1q_s32(whole + k)); };
+    for (int k = 0; k < 32; k += 8) {
+        const int16x8_t words = vcombine_s16(low_words(k), low_words(k + 4));
+        vst1_u8(p + k, vreinterpret_u8_s8(vmovn_s16(words)));
+    }
+}
+inline void store_low_words(unsigned char* p, const std::int32_t (&whole)[32]) {
+    for (int k = 0; k < 32; k += 4)
+        vst1_u8(p + 2 * k, vreinterpret_u8_s16(vmovn_s32(vld1q_s32(whole + k))));
+}
+
+} // namespace
