@@ -184,9 +184,8 @@ bool sizes_are_believable(std::int64_t rows, std::int64_t cols, std::int64_t cha
     const std::int64_t samples = saturating_product(row, rows);
     if (samples <= always_believed)
         return true;
-    return bytes_per_sample > 0 &&
-           available >=
-               saturating_product(samples, bytes_per_sample) / (samples < large ? 1000 : 100);
+    return bytes_per_sample > 0 && available >= saturating_product(samples, bytes_per_sample) /
+                                                    (samples < large ? 1000 : 100);
 }
 
 } // namespace vorlane::host

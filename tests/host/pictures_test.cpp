@@ -360,8 +360,10 @@ TEST_F(Pictures, WhatAFormatCantHoldIsRefusedAndNothingIsLeft) {
     };
     SaveOptions floats;
     floats.depth = Depth::float32;
-    EXPECT_EQ(why(*photo, "a.pgm", {}), "PGM holds no colour; the option gray takes its luminance, or write .ppm");
-    EXPECT_EQ(why(*photo, "a.raw", {}), "raw holds no colour; the option gray takes its luminance, or write .png or .tif");
+    EXPECT_EQ(why(*photo, "a.pgm", {}),
+              "PGM holds no colour; the option gray takes its luminance, or write .ppm");
+    EXPECT_EQ(why(*photo, "a.raw", {}),
+              "raw holds no colour; the option gray takes its luminance, or write .png or .tif");
     EXPECT_EQ(why(*photo, "a.ppm", floats), "PPM holds no floats; write .tif or .pfm, or another "
                                             "depth");
     EXPECT_EQ(why(*photo, "a.tq", floats),

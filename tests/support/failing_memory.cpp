@@ -105,7 +105,8 @@ void* operator new[](std::size_t size, std::align_val_t alignment) {
 void* operator new[](std::size_t size, const std::nothrow_t& never) noexcept {
     return operator new(size, never);
 }
-void* operator new[](std::size_t size, std::align_val_t alignment, const std::nothrow_t& never) noexcept {
+void* operator new[](std::size_t size, std::align_val_t alignment,
+                     const std::nothrow_t& never) noexcept {
     return operator new(size, alignment, never);
 }
 

@@ -8,7 +8,6 @@
 
 #include <vorlane/platform/system_files.h>
 
-
 namespace vorlane {
 
 struct AviChunk {
