@@ -39,7 +39,9 @@ void* counted(void* block) {
 
 } // namespace
 
-// The linker sends the calls of these functions here (--wrap).
+// The linker sends the calls of these functions here (--wrap). It takes calls inside shared libraries for calls
+// of these too where a sanitizer's library defines the originals, and refuses them if these are hidden.
+#pragma GCC visibility push(default)
 extern "C" {
 void* __real_malloc(std::size_t size);
 void* __real_calloc(std::size_t count, std::size_t size);
@@ -71,6 +73,7 @@ void __wrap_free(void* block) {
     __real_free(block);
 }
 }
+#pragma GCC visibility pop
 
 // Every form is here: a run-time system that watches memory has forms of its own that don't come to these.
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
