@@ -82,11 +82,11 @@ std::function<void(Record&)> on_images(Extent extent, int types, const Use& use)
     };
 }
 
-// True if 256 levels cover all samples.
+// True if 256 levels cover all samples, rounded.
 bool has_levels(const CImage& image) {
     const std::vector<float> samples = samples_of(image);
     return std::all_of(samples.begin(), samples.end(),
-                       [](float sample) { return sample >= 0.0f && sample < 256.0f; });
+                       [](float sample) { return sample >= 0.0f && sample < 255.5f; });
 }
 
 void add_planes(const CImage& image, Record& record) {
