@@ -23,9 +23,9 @@ if(VORLANE_WARNINGS_AS_ERRORS)
   add_compile_options(-Werror)
 endif()
 if(VORLANE_SANITIZE)
-  add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all
+  add_compile_options(-fsanitize=address,undefined,float-cast-overflow -fno-sanitize-recover=all
                       -fno-omit-frame-pointer)
-  add_link_options(-fsanitize=address,undefined)
+  add_link_options(-fsanitize=address,undefined,float-cast-overflow)
 endif()
 if(VORLANE_LIBFUZZER)
   add_compile_options(-fsanitize=fuzzer-no-link)

@@ -13,6 +13,17 @@
 #include <vorlane/platform/system_memory.h>
 #include <vorlane/simd/widest_lanes.h>
 
+#if defined(__SANITIZE_ADDRESS__)
+#define VORLANE_WATCHES_PADDING 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define VORLANE_WATCHES_PADDING 1
+#endif
+#endif
+#ifdef VORLANE_WATCHES_PADDING
+#include <sanitizer/asan_interface.h>
+#endif
+
 namespace vorlane {
 
 namespace {
@@ -76,27 +87,44 @@ void release(PlaneBlock* block) {
         std::free(block);
 }
 
-// One more user of the block: a plane at `at`, with its samples as they are there.
-float** place_plane(PlaneBlock* block, unsigned char* at, std::int64_t rows, std::int64_t cols) {
+// Nobody may touch what lies between a row and the next. AddressSanitizer looks behind whole blocks only, unless
+// it is told; releasing a block makes it forget.
+void forbid_padding([[maybe_unused]] const unsigned char* row,
+                    [[maybe_unused]] std::uint64_t cols) {
+#ifdef VORLANE_WATCHES_PADDING
+    const std::uint64_t samples = cols * sizeof(float);
+    ASAN_POISON_MEMORY_REGION(row + samples, row_pitch(cols) - samples);
+#endif
+}
+
+// One more user of the block: a plane at `at`, whose rows are still to be placed.
+float** place_table(PlaneBlock* block, unsigned char* at, std::int64_t rows, std::int64_t cols) {
     block->users.fetch_add(1, std::memory_order_relaxed);
     auto* const header = reinterpret_cast<PlaneHeader*>(at);
     *header = {block, rows, cols};
-    auto* const plane = reinterpret_cast<float**>(header + 1);
+    return reinterpret_cast<float**>(header + 1);
+}
+
+// A plane at `at`, with its samples as they are there.
+float** place_plane(PlaneBlock* block, unsigned char* at, std::int64_t rows, std::int64_t cols) {
+    float** const plane = place_table(block, at, rows, cols);
     const auto behind_table = reinterpret_cast<std::uintptr_t>(plane + rows);
     const std::uint64_t pitch = row_pitch(static_cast<std::uint64_t>(cols));
     unsigned char* row = at + ((behind_table + cache_line - 1) / cache_line * cache_line -
                                reinterpret_cast<std::uintptr_t>(at));
-    for (std::int64_t r = 0; r < rows; ++r, row += pitch)
+    for (std::int64_t r = 0; r < rows; ++r, row += pitch) {
         plane[r] = reinterpret_cast<float*>(row);
+        forbid_padding(row, static_cast<std::uint64_t>(cols));
+    }
     return plane;
 }
 
 // The only plane of a block, which may be null.
-float** place_alone(PlaneBlock* block, std::int64_t rows, std::int64_t cols) {
+float** place_alone(PlaneBlock* block, std::int64_t rows, std::int64_t cols,
+                    decltype(place_plane)& place) {
     if (!block)
         return nullptr;
-    float** const plane =
-        place_plane(block, reinterpret_cast<unsigned char*>(block + 1), rows, cols);
+    float** const plane = place(block, reinterpret_cast<unsigned char*>(block + 1), rows, cols);
     release(block);
     return plane;
 }
@@ -105,8 +133,9 @@ float** place_alone(PlaneBlock* block, std::int64_t rows, std::int64_t cols) {
 
 float** make_plane(std::int64_t rows, std::int64_t cols, Fill fill) {
     const std::size_t size = bytes_of_plane(rows, cols);
-    return size == 0 ? nullptr
-                     : place_alone(make_block(sizeof(PlaneBlock) + size, fill), rows, cols);
+    return size == 0
+               ? nullptr
+               : place_alone(make_block(sizeof(PlaneBlock) + size, fill), rows, cols, place_plane);
 }
 
 PlaneStack::PlaneStack(std::int64_t rows, std::int64_t cols, Fill fill, std::size_t count)
@@ -140,7 +169,8 @@ Plane PlaneStack::next() {
 float** make_row_table(std::int64_t rows, std::int64_t cols) {
     const std::size_t size = bytes_of_plane(rows, 0);
     return size == 0 ? nullptr
-                     : place_alone(make_block(sizeof(PlaneBlock) + size, Fill::none), rows, cols);
+                     : place_alone(make_block(sizeof(PlaneBlock) + size, Fill::none), rows, cols,
+                                   place_table);
 }
 
 std::int64_t plane_rows(const float* const* plane) {

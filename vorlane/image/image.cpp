@@ -1,6 +1,7 @@
 #include <vorlane/image/image.h>
 
 #include <algorithm>
+#include <cmath>
 #include <memory>
 
 #include <vorlane/image/colour_weights.h>
@@ -135,6 +136,6 @@ void CImage::WindowCenter(const int* table) {
     for (int i = 0; i < nrows; ++i) {
         float* const row = pixels[i];
         for (int j = 0; j < ncols; ++j)
-            row[j] = static_cast<float>(table[static_cast<Index>(row[j])]);
+            row[j] = static_cast<float>(table[std::isnan(row[j]) ? 0 : static_cast<Index>(row[j])]);
     }
 }

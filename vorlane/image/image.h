@@ -82,7 +82,7 @@ public:
     void Normalize(float lo, float hi);
 
     // Replaces each sample s by table[s truncated toward zero], for the first ncols samples of each
-    // row. The table must cover every sample.
+    // row. The table must cover every sample; a not-a-number takes the entry of 0.
     void WindowCenter(const int* table);
 
     // ==== Colour =================================================================================
