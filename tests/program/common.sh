@@ -19,3 +19,8 @@ expect() {
     grep -qF -- "$text" err.txt || fail "no '$text' in: $(cat err.txt)"
     [ "$wanted" != 1 ] || [ "$(wc -l <err.txt)" = 1 ] || fail "more than one line: $(cat err.txt)"
 }
+
+# lacks FORMAT: true if this build does without it
+lacks() {
+    grep -q "^  $1.*: needs " <<<"$("$program" --version)"
+}

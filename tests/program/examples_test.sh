@@ -32,7 +32,7 @@ for name in $(names); do
         case $example in
         *heart.avi*) cp edges.tq heart.tq; "$program" movie convert edges.tq heart.avi --force ;;
         esac
-        eval "$example" >out.txt 2>err.txt || fail "$example: $(cat err.txt)"
+        eval "$example" >out.txt 2>err.txt || grep -q "by this build, which lacks" err.txt || fail "$example: $(cat err.txt)"
         count=$((count + 1))
     done
 done
