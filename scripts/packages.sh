@@ -31,3 +31,8 @@ need_build_packages() {
 need_python_packages() {
     need_packages python3-dev python3-numpy pybind11-dev
 }
+
+# What the viewer needs.
+need_viewer_packages() {
+    need_packages libsdl2-dev libimgui-dev
+}

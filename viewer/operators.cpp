@@ -94,6 +94,39 @@ void OperatorsPanel::add(const host::Operation& operation) {
     steps_.push_back(std::move(step));
 }
 
+void OperatorsPanel::set(const host::Chain& chain) {
+    clear();
+    for (const host::Step& step : chain.steps()) {
+        if (!is_offered(*step.operation))
+            throw host::UsageError(host::full_name(step.operation->description) +
+                                   " makes no picture to show");
+        add(*step.operation);
+        for (Value& value : steps_.back().values) {
+            const char* const name = value.option->name;
+            if (!step.arguments.is_given(name))
+                continue;
+            value.is_given = value.is_changed = true;
+            if (is_number(*value.option)) {
+                value.numbers.resize(static_cast<std::size_t>(step.arguments.count(name)));
+                for (std::size_t k = 0; k < value.numbers.size(); ++k)
+                    value.numbers[k] = value.option->kind == Kind::integer
+                                           ? step.arguments.integer(name, static_cast<int>(k))
+                                           : step.arguments.number(name, static_cast<int>(k));
+            } else if (value.option->kind == Kind::choice) {
+                const auto choices = split(value.option->choices, '|');
+                const auto found =
+                    std::find(choices.begin(), choices.end(), step.arguments.text(name));
+                value.choice =
+                    found == choices.end() ? 0 : static_cast<int>(found - choices.begin());
+            } else if (value.option->kind != Kind::flag) {
+                value.text.clear();
+                for (const std::string& word : step.arguments.texts(name))
+                    value.text.append(value.text.empty() ? "" : " ").append(word);
+            }
+        }
+    }
+}
+
 host::Arguments OperatorsPanel::arguments_of(const Step& step, bool with_stages) {
     host::Arguments arguments(step.operation->description);
     for (const Value& value : step.values) {

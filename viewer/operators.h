@@ -17,6 +17,8 @@ public:
     bool is_empty() const { return steps_.empty(); }
     void clear() { steps_.clear(); }
     void add(const host::Operation& operation);
+    // In place of the steps that were there.
+    void set(const host::Chain& chain);
 
     // Throws host::UsageError for arguments without a meaning.
     host::Chain chain() const { return make_chain(wants_stages); }

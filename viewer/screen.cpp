@@ -98,6 +98,12 @@ void Screen::give_to_imgui(const SDL_Event& event) {
     ImGui_ImplSDL2_ProcessEvent(&event);
 }
 
+bool Screen::next_is_press() {
+    SDL_Event event;
+    return SDL_PeepEvents(&event, 1, SDL_PEEKEVENT, SDL_FIRSTEVENT, SDL_LASTEVENT) == 1 &&
+           is_press(event);
+}
+
 void Screen::wake() {
     SDL_Event event{};
     event.type = SDL_USEREVENT;

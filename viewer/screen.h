@@ -15,8 +15,8 @@ public:
     Screen(const Screen&) = delete;
     Screen& operator=(const Screen&) = delete;
 
-    // Waits for an event as long as `milliseconds` say (below 0: for ever), and hands each one that is there to
-    // Dear ImGui and to `hear`.
+    // Waits for an event as long as `milliseconds` say (below 0: for ever), and hands it and those behind it to
+    // Dear ImGui and to `hear`. Buttons and keys come alone: widgets look once a frame.
     template<class Hear>
     void hear(int milliseconds, const Hear& hear) {
         SDL_Event event;
@@ -25,6 +25,8 @@ public:
         for (bool more = has_event != 0; more; more = SDL_PollEvent(&event) != 0) {
             give_to_imgui(event);
             hear(event);
+            if (is_press(event) || next_is_press())
+                return;
         }
     }
 
@@ -42,6 +44,11 @@ public:
     void* texture() const;
 
 private:
+    static bool is_press(const SDL_Event& event) {
+        return event.type == SDL_MOUSEBUTTONDOWN || event.type == SDL_MOUSEBUTTONUP ||
+               event.type == SDL_KEYDOWN || event.type == SDL_KEYUP;
+    }
+    static bool next_is_press();
     static void give_to_imgui(const SDL_Event& event);
 
     SDL_Window* window_ = nullptr;

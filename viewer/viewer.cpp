@@ -96,10 +96,18 @@ void Viewer::open(const std::string& path) {
     });
 }
 
+void Viewer::set_operations(const std::string& chain) {
+    operators_.set(host::Chain::parse(chain));
+    run_chain();
+}
+
 // Another document is shown: work for the one before is dropped.
 void Viewer::activate() {
     is_stale_ = true;
     plays_ = false;
+    panes_.clear(); // they point into the one before
+    cursor_pane_ = -1;
+    drag_ = Drag::none;
     chain_worker_.cancel();
     volume_worker_.cancel();
     histogram_worker_.cancel();
@@ -193,8 +201,7 @@ void Viewer::reload() {
         }
         tabs_[current_] = std::move(again);
         say(tab()->document.name() + ": read again");
-        run_chain();
-        run_histogram();
+        activate();
     });
 }
 
@@ -378,10 +385,10 @@ bool Viewer::frame() {
     draw_panel();
     draw_movie_bar();
     draw_messages();
-    const ImGuiIO& io = ImGui::GetIO();
+    is_covered_ =
+        shows_help_ || asks_for_file_ ||
+        ImGui::IsPopupOpen("", ImGuiPopupFlags_AnyPopupId | ImGuiPopupFlags_AnyPopupLevel);
     if (tab()) {
-        lay_out(canvas_area_);
-        hear_mouse(canvas_area_);
         lay_out(canvas_area_);
         compose();
     }
@@ -413,8 +420,6 @@ bool Viewer::frame() {
     draw_file_question();
     screen_.end_frame();
     screen_.set_title(tab() ? tab()->document.name() + " - Vorlane" : "Vorlane");
-    if (plays_ || io.MouseDown[0] || io.MouseDown[1])
-        frames_left_ = std::max(frames_left_, 1);
     return !closes_;
 }
 

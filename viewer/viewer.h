@@ -50,6 +50,8 @@ public:
 
     // What can't be opened is told in the message area.
     void open(const std::string& path);
+    // Operations for what is open, as `vorlane run` takes them. Throws host::UsageError.
+    void set_operations(const std::string& chain);
     void hear(const SDL_Event& event);
 
     // Draws once; false when the viewer is to close.
@@ -131,7 +133,11 @@ private:
     // The picture (viewer_canvas.cpp).
     void lay_out(const Canvas::Area& area);
     void compose();
-    void hear_mouse(const Canvas::Area& area);
+    void hear_mouse(const SDL_Event& event);
+    void point_at(double x, double y);
+    void turn_wheel(const Pane& pane, int steps);
+    void begin_drag(int button);
+    void go_on_dragging(double right, double down);
     void draw_overlays(float x, float y);
     void draw_grid(const Pane& pane, float x, float y);
     void draw_profile_line(const Pane& pane, float x, float y);
@@ -193,6 +199,13 @@ private:
     void move_cross(int rows, int cols);
     void faster() { speed_ *= 1.25; }
     void slower() { speed_ *= 0.8; }
+    void add_smoothing() { add_operation("", "smooth"); }
+    void add_edges() { add_operation("", "edges"); }
+    void add_ridges() { add_operation("", "ridges"); }
+    void add_median() { add_operation("filter", "median"); }
+    void add_threshold() { add_operation("filter", "threshold"); }
+    void add_operation(const char* group, const char* name);
+    void remove_operations();
     void save_seen();
     void save_result();
     void copy_as_command();
@@ -221,9 +234,10 @@ private:
     double cursor_row_ = -1.0, cursor_col_ = -1.0; // of the sample that is told
     int cursor_pane_ = -1;
     std::size_t dragged_pane_ = 0;
-    bool drags_ = false;
-    bool drags_split_ = false;
-    bool measures_ = false;                                // a profile line is drawn
+    enum class Drag { none, picture, window, split, profile, cross };
+    Drag drag_ = Drag::none;
+    double mouse_x_ = 0.0, mouse_y_ = 0.0;                 // in the picture area
+    bool is_covered_ = false;                              // by a menu or a question
     std::array<double, 4> profile_ = {0.0, 0.0, 0.0, 0.0}; // row, column of both ends
 
     OperatorsPanel operators_;

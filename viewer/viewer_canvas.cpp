@@ -177,80 +177,107 @@ void Viewer::pan(double right, double down) {
     is_stale_ = true;
 }
 
-void Viewer::hear_mouse(const Canvas::Area& area) {
-    ImGuiIO& io = ImGui::GetIO();
-    Tab& shown = *tab();
-    const double x = io.MousePos.x - static_cast<float>(area.x);
-    const double y = io.MousePos.y - static_cast<float>(area.y);
-    const bool is_inside = x >= 0 && y >= 0 && x < area.width && y < area.height;
-    const bool has_moved = io.MouseDelta.x != 0.0f || io.MouseDelta.y != 0.0f ||
-                           io.MouseWheel != 0.0f || ImGui::IsMouseClicked(0) ||
-                           ImGui::IsMouseClicked(1);
-    if (has_moved)
-        cursor_pane_ = is_inside ? pane_at(x, y) : -1;
-    if (shows_help_ || asks_for_file_ ||
-        ImGui::IsPopupOpen("", ImGuiPopupFlags_AnyPopupId | ImGuiPopupFlags_AnyPopupLevel))
+// The sample below a point of the picture area.
+void Viewer::point_at(double x, double y) {
+    const bool is_inside =
+        x >= 0 && y >= 0 && x < canvas_area_.width && y < canvas_area_.height && !is_covered_;
+    cursor_pane_ = is_inside ? pane_at(x, y) : -1;
+    if (cursor_pane_ < 0)
         return;
-    if (has_moved && cursor_pane_ >= 0) {
-        const Pane& pane = panes_[static_cast<std::size_t>(cursor_pane_)];
-        cursor_row_ = pane.placement->row_at(y - pane.area.y, pane.area.height);
-        cursor_col_ = pane.placement->col_at(x - pane.area.x, pane.area.width);
-        if (io.MouseWheel != 0.0f) {
-            const bool is_volume = shown.document.volume() != nullptr;
-            const int steps = io.MouseWheel > 0.0f ? 1 : -1;
-            if (is_volume && pane.is_cut && !io.KeyCtrl) {
-                const int d[3] = {pane.cut == Document::Cut::slice, pane.cut == Document::Cut::row,
-                                  pane.cut == Document::Cut::column};
-                set_cross(shown, shown.slice + steps * d[0], shown.row + steps * d[1],
-                          shown.col + steps * d[2]);
-            } else {
-                pane.placement->zoom_by(std::pow(1.25, io.MouseWheel), x - pane.area.x,
-                                        y - pane.area.y, pane.area.width, pane.area.height);
-                shown.is_fitted = false;
-            }
-            is_stale_ = true;
-        }
-        if (ImGui::IsMouseClicked(0) || ImGui::IsMouseClicked(1) || ImGui::IsMouseClicked(2)) {
-            dragged_pane_ = static_cast<std::size_t>(cursor_pane_);
-            drags_ = true;
-            drags_split_ = ImGui::IsMouseClicked(0) && shown.layout == Layout::split &&
-                           panes_.size() == 2 &&
-                           std::abs(x - shown.split * area.width) < split_reach;
-            measures_ = shows_profile_ && io.KeyShift && ImGui::IsMouseClicked(0);
-            if (measures_)
-                profile_ = {cursor_row_, cursor_col_, cursor_row_, cursor_col_};
-        }
+    const Pane& pane = panes_[static_cast<std::size_t>(cursor_pane_)];
+    cursor_row_ = pane.placement->row_at(y - pane.area.y, pane.area.height);
+    cursor_col_ = pane.placement->col_at(x - pane.area.x, pane.area.width);
+}
+
+void Viewer::hear_mouse(const SDL_Event& event) {
+    if (!tab() || panes_.empty())
+        return;
+    const double before_x = mouse_x_;
+    const double before_y = mouse_y_;
+    if (event.type == SDL_MOUSEMOTION) {
+        mouse_x_ = event.motion.x - canvas_area_.x;
+        mouse_y_ = event.motion.y - canvas_area_.y;
+    } else if (event.type == SDL_MOUSEBUTTONDOWN || event.type == SDL_MOUSEBUTTONUP) {
+        mouse_x_ = event.button.x - canvas_area_.x;
+        mouse_y_ = event.button.y - canvas_area_.y;
     }
-    const bool is_down = ImGui::IsMouseDown(0) || ImGui::IsMouseDown(1) || ImGui::IsMouseDown(2);
-    if (!is_down)
-        drags_ = drags_split_ = measures_ = false;
-    if (!drags_ || dragged_pane_ >= panes_.size())
+    point_at(mouse_x_, mouse_y_);
+    switch (event.type) {
+    case SDL_MOUSEWHEEL:
+        if (cursor_pane_ >= 0 && event.wheel.y != 0)
+            turn_wheel(panes_[static_cast<std::size_t>(cursor_pane_)], event.wheel.y);
+        break;
+    case SDL_MOUSEBUTTONDOWN:
+        if (cursor_pane_ >= 0 && drag_ == Drag::none)
+            begin_drag(event.button.button);
+        break;
+    case SDL_MOUSEBUTTONUP:
+        drag_ = Drag::none;
+        break;
+    default:
+        go_on_dragging(mouse_x_ - before_x, mouse_y_ - before_y);
+    }
+}
+
+void Viewer::turn_wheel(const Pane& pane, int steps) {
+    Tab& shown = *tab();
+    is_stale_ = true;
+    if (pane.is_cut && (SDL_GetModState() & KMOD_CTRL) == 0) {
+        set_cross(shown, shown.slice + (pane.cut == Document::Cut::slice ? steps : 0),
+                  shown.row + (pane.cut == Document::Cut::row ? steps : 0),
+                  shown.col + (pane.cut == Document::Cut::column ? steps : 0));
         return;
+    }
+    pane.placement->zoom_by(std::pow(1.25, steps), mouse_x_ - pane.area.x, mouse_y_ - pane.area.y,
+                            pane.area.width, pane.area.height);
+    shown.is_fitted = false;
+}
+
+void Viewer::begin_drag(int button) {
+    const Tab& shown = *tab();
+    dragged_pane_ = static_cast<std::size_t>(cursor_pane_);
+    const bool is_split = shown.layout == Layout::split && panes_.size() == 2;
+    const bool is_on_slider =
+        is_split && std::abs(mouse_x_ - shown.split * canvas_area_.width) < split_reach;
+    if (button == SDL_BUTTON_RIGHT) {
+        drag_ = Drag::window;
+    } else if (button == SDL_BUTTON_LEFT && is_on_slider) {
+        drag_ = Drag::split;
+    } else if (button == SDL_BUTTON_LEFT && shows_profile_ && (SDL_GetModState() & KMOD_SHIFT)) {
+        drag_ = Drag::profile;
+        profile_ = {cursor_row_, cursor_col_, cursor_row_, cursor_col_};
+    } else if (button == SDL_BUTTON_LEFT && panes_[dragged_pane_].is_cut) {
+        drag_ = Drag::cross;
+        go_on_dragging(0.0, 0.0);
+    } else {
+        drag_ = Drag::picture;
+    }
+}
+
+void Viewer::go_on_dragging(double right, double down) {
+    if (drag_ == Drag::none || dragged_pane_ >= panes_.size())
+        return;
+    Tab& shown = *tab();
     const Pane& pane = panes_[dragged_pane_];
-    const double row = pane.placement->row_at(y - pane.area.y, pane.area.height);
-    const double col = pane.placement->col_at(x - pane.area.x, pane.area.width);
-    if (drags_split_) {
-        shown.split = std::clamp(x / area.width, 0.0, 1.0);
-        is_stale_ = true;
-    } else if (measures_) {
+    const double row = pane.placement->row_at(mouse_y_ - pane.area.y, pane.area.height);
+    const double col = pane.placement->col_at(mouse_x_ - pane.area.x, pane.area.width);
+    is_stale_ = true;
+    switch (drag_) {
+    case Drag::none:
+        break;
+    case Drag::picture:
+        pane.placement->col -= right / pane.placement->zoom;
+        pane.placement->row -= down / (pane.placement->zoom * pane.placement->stretch);
+        shown.is_fitted = false;
+        break;
+    case Drag::split:
+        shown.split = std::clamp(mouse_x_ / canvas_area_.width, 0.0, 1.0);
+        break;
+    case Drag::profile:
         profile_[2] = row;
         profile_[3] = col;
-    } else if (ImGui::IsMouseDown(1)) {
-        if (io.MouseDelta.x != 0.0f || io.MouseDelta.y != 0.0f) {
-            const Window& window = pane.shown->window;
-            const double width = window.high - window.low;
-            const double centre =
-                (window.high + window.low) / 2.0 + io.MouseDelta.y * width / 300.0;
-            const double wider = width * std::exp(io.MouseDelta.x / 200.0);
-            if (!shown.document.volume()) {
-                pane.shown->window = {centre - wider / 2.0, centre + wider / 2.0};
-                pane.shown->bitmap = nullptr;
-                is_stale_ = true;
-            } else {
-                set_window({centre - wider / 2.0, centre + wider / 2.0});
-            }
-        }
-    } else if (pane.is_cut && ImGui::IsMouseDown(0)) {
+        break;
+    case Drag::cross: {
         const int a = static_cast<int>(std::floor(row));
         const int b = static_cast<int>(std::floor(col));
         if (pane.cut == Document::Cut::slice)
@@ -259,11 +286,21 @@ void Viewer::hear_mouse(const Canvas::Area& area) {
             set_cross(shown, a, shown.row, b);
         else
             set_cross(shown, a, b, shown.col);
-    } else if (io.MouseDelta.x != 0.0f || io.MouseDelta.y != 0.0f) {
-        pane.placement->col -= io.MouseDelta.x / pane.placement->zoom;
-        pane.placement->row -= io.MouseDelta.y / (pane.placement->zoom * pane.placement->stretch);
-        shown.is_fitted = false;
-        is_stale_ = true;
+        break;
+    }
+    case Drag::window: {
+        const double width = pane.shown->window.high - pane.shown->window.low;
+        const double centre =
+            (pane.shown->window.high + pane.shown->window.low) / 2.0 + down * width / 300.0;
+        const double half = width * std::exp(right / 200.0) / 2.0;
+        if (shown.document.volume()) {
+            set_window({centre - half, centre + half});
+        } else {
+            pane.shown->window = {centre - half, centre + half};
+            pane.shown->bitmap = nullptr;
+        }
+        break;
+    }
     }
 }
 

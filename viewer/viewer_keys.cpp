@@ -55,6 +55,12 @@ std::span<const Viewer::Action> Viewer::actions() {
         {"Levels", "Wider", SDLK_RIGHT, shift, &Viewer::window_wider},
         {"Levels", "Narrower", SDLK_LEFT, shift, &Viewer::window_narrower},
         {"Levels", "Next colours", SDLK_c, plain, &Viewer::next_colours},
+        {"Operations", "Smooth", SDLK_s, plain, &Viewer::add_smoothing},
+        {"Operations", "Edges", SDLK_e, plain, &Viewer::add_edges},
+        {"Operations", "Ridges", SDLK_i, plain, &Viewer::add_ridges},
+        {"Operations", "Median", SDLK_m, plain, &Viewer::add_median},
+        {"Operations", "Threshold", SDLK_t, plain, &Viewer::add_threshold},
+        {"Operations", "None", SDLK_BACKSPACE, plain, &Viewer::remove_operations},
         {"Movie", "Play or pause", SDLK_SPACE, plain, &Viewer::toggle_play, &Viewer::plays},
         {"Movie", "Next frame or slice", SDLK_PAGEDOWN, plain, &Viewer::next_frame},
         {"Movie", "Previous frame or slice", SDLK_PAGEUP, plain, &Viewer::previous_frame},
@@ -88,6 +94,12 @@ void Viewer::hear(const SDL_Event& event) {
         return;
     case SDL_KEYDOWN:
         break;
+    case SDL_MOUSEMOTION:
+    case SDL_MOUSEBUTTONDOWN:
+    case SDL_MOUSEBUTTONUP:
+    case SDL_MOUSEWHEEL:
+        hear_mouse(event);
+        return;
     default:
         return;
     }
@@ -107,7 +119,7 @@ void Viewer::hear(const SDL_Event& event) {
     const bool is_command = (held & KMOD_CTRL) != 0 || is_function_key;
     constexpr SDL_Keycode moves[] = {SDLK_LEFT, SDLK_RIGHT, SDLK_UP, SDLK_DOWN, SDLK_SPACE};
     const bool moves_about = std::find(std::begin(moves), std::end(moves), key) != std::end(moves);
-    if ((ImGui::GetIO().WantTextInput && !is_function_key) ||
+    if (((ImGui::GetIO().WantTextInput || asks_for_file_) && !is_function_key) ||
         (panel_has_focus_ && moves_about && !is_command))
         return;
     for (const Action& action : actions()) {
@@ -247,6 +259,17 @@ void Viewer::move_cross(int rows, int cols) {
     }
     cursor_row_ = std::clamp(std::floor(cursor_row_) + rows, 0.0, image.nrows - 1.0) + 0.5;
     cursor_col_ = std::clamp(std::floor(cursor_col_) + cols, 0.0, image.ncols - 1.0) + 0.5;
+}
+
+void Viewer::add_operation(const char* group, const char* name) {
+    if (const host::Operation* const operation = host::find_operation(group, name))
+        operators_.add(*operation);
+    run_chain();
+}
+
+void Viewer::remove_operations() {
+    operators_.clear();
+    run_chain();
 }
 
 namespace {
