@@ -16,6 +16,7 @@
 #include <vorlane/avi/bitmap_format.h>
 #include <vorlane/bytes/gate.h>
 #include <vorlane/platform/system_files.h>
+#include <vorlane/platform/system_paths.h>
 
 // An open file. It lives until it and all its streams have been given back.
 struct IAVIFile {
@@ -111,7 +112,7 @@ int AVIFileOpenA(PAVIFILE* file, const char* path, unsigned mode, const void*) {
         return AVIERR_UNSUPPORTED;
     return or_no_memory([&] {
         std::error_code error;
-        if (!creates && (!path || !std::filesystem::is_regular_file(path, error)))
+        if (!creates && (!path || !std::filesystem::is_regular_file(path_of(path), error)))
             return AVIERR_FILEOPEN; // what has no end, such as a pipe
         FileHandle stream(open_file(path, creates ? "wb" : "rb"));
         if (!stream)

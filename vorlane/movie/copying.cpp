@@ -10,6 +10,7 @@
 #include <vorlane/image/failure.h>
 #include <vorlane/image/guard.h>
 #include <vorlane/movie/movie_files.h>
+#include <vorlane/platform/system_paths.h>
 
 using namespace vorlane;
 
@@ -19,7 +20,8 @@ bool copy_file(const char* from, const char* to) {
     if (are_one_file(from, to))
         return true;
     std::error_code error;
-    std::filesystem::copy_file(from, to, std::filesystem::copy_options::overwrite_existing, error);
+    std::filesystem::copy_file(path_of(from), path_of(to),
+                               std::filesystem::copy_options::overwrite_existing, error);
     return !error;
 }
 

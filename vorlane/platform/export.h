@@ -2,7 +2,10 @@
 // keeps to itself.
 #pragma once
 
-#if defined(__GNUC__)
+#if defined(VORLANE_BUILDS_DLL)
+#define VORLANE_API __declspec(dllexport)
+#define VORLANE_LOCAL
+#elif defined(__GNUC__) && !defined(_WIN32)
 #define VORLANE_API __attribute__((visibility("default")))
 #define VORLANE_LOCAL __attribute__((visibility("hidden")))
 #else

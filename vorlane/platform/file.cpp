@@ -72,6 +72,7 @@ void CFile::Close() {
         return;
     std::FILE* const closing = stream_;
     stream_ = nullptr;
-    if (std::fclose(closing) != 0)
+    const bool is_whole = std::fflush(closing) == 0;
+    if (std::fclose(closing) != 0 || !is_whole)
         fail("Can't write", path_, errno);
 }

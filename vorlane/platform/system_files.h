@@ -1,5 +1,5 @@
-// Private: files as the system has them. What isn't the same everywhere about them stands in the one
-// source of this header.
+// Private: files as the system has them. What isn't the same everywhere about them stands in the sources of
+// this header, one in the folder of each system. Paths are UTF-8.
 #pragma once
 
 #include <cstdint>
@@ -32,6 +32,12 @@ bool seek_to(std::FILE* stream, std::int64_t offset);
 // and leaves the position as it was.
 bool seek_by(std::FILE* stream, std::int64_t offset);
 bool seek_from_end(std::FILE* stream, std::int64_t offset);
+
+// Takes a file away; its name is free then, also while somebody has the file open.
+void remove_file(const std::string& path);
+
+// Gives a file the name of another, whose place it takes, also while somebody has that one open.
+bool replace_file(const std::string& path, const std::string& other);
 
 // Closes a file that was written. False if something didn't reach it.
 bool close_written(FileHandle& file);

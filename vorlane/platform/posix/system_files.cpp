@@ -1,36 +1,24 @@
 #include <vorlane/platform/system_files.h>
+#include <vorlane/platform/system_paths.h>
 
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
-#include <limits>
 #include <system_error>
 
-#if defined(__unix__) || defined(__APPLE__)
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
-#define VORLANE_POSIX 1
-#else
-#define VORLANE_POSIX 0
-#endif
 
 namespace vorlane {
 
 namespace {
 
 bool seek(std::FILE* stream, std::int64_t offset, int origin) {
-#if VORLANE_POSIX
     return fseeko(stream, offset, origin) == 0;
-#else
-    return offset <= std::numeric_limits<long>::max() &&
-           offset >= std::numeric_limits<long>::min() &&
-           std::fseek(stream, static_cast<long>(offset), origin) == 0;
-#endif
 }
 
-#if VORLANE_POSIX
 // Opens a plain file for reading, or for both, without waiting for the other end of a pipe.
 std::FILE* open_plain_file(const char* path, const char* mode) {
     const bool writes = std::strchr(mode, '+') != nullptr;
@@ -57,45 +45,37 @@ int access_of(std::FILE* stream) {
     const int flags = file >= 0 ? fcntl(file, F_GETFL) : -1;
     return flags != -1 ? flags & O_ACCMODE : -1;
 }
-#endif
 
 } // namespace
+
+std::filesystem::path path_of(const std::string& utf8) {
+    return utf8;
+}
+
+std::string utf8_of(const std::filesystem::path& path) {
+    return path.string();
+}
 
 std::FILE* open_file(const char* path, const char* mode) {
     if (!path) {
         errno = ENOENT;
         return nullptr;
     }
-#if VORLANE_POSIX
     if (mode[0] == 'r')
         return open_plain_file(path, mode);
-#endif
     return std::fopen(path, mode);
 }
 
 std::int64_t bytes_left(std::FILE* stream) {
-#if VORLANE_POSIX
     struct stat status;
     const std::int64_t position = position_of(stream);
     if (position < 0 || fstat(fileno(stream), &status) != 0 || !S_ISREG(status.st_mode))
         return 0;
     return status.st_size > position ? status.st_size - position : 0;
-#else
-    const long position = std::ftell(stream);
-    if (position < 0 || std::fseek(stream, 0, SEEK_END) != 0)
-        return 0;
-    const long end = std::ftell(stream);
-    std::fseek(stream, position, SEEK_SET);
-    return end - position;
-#endif
 }
 
 std::int64_t position_of(std::FILE* stream) {
-#if VORLANE_POSIX
     return ftello(stream);
-#else
-    return std::ftell(stream);
-#endif
 }
 
 bool seek_to(std::FILE* stream, std::int64_t offset) {
@@ -110,39 +90,31 @@ bool seek_from_end(std::FILE* stream, std::int64_t offset) {
     return seek(stream, offset, SEEK_END);
 }
 
+void remove_file(const std::string& path) {
+    std::remove(path.c_str());
+}
+
+bool replace_file(const std::string& path, const std::string& other) {
+    return std::rename(path.c_str(), other.c_str()) == 0;
+}
+
 bool close_written(FileHandle& file) {
     const bool failed = std::ferror(file.get()) != 0;
     return std::fclose(file.release()) == 0 && !failed;
 }
 
 bool is_for_reading_only(std::FILE* stream) {
-#if VORLANE_POSIX
     return access_of(stream) == O_RDONLY;
-#else
-    static_cast<void>(stream);
-    return false;
-#endif
 }
 
 bool is_for_writing_only(std::FILE* stream) {
-#if VORLANE_POSIX
     return access_of(stream) == O_WRONLY;
-#else
-    static_cast<void>(stream);
-    return false;
-#endif
 }
 
 bool is_same_file(std::FILE* stream, const char* path) {
-#if VORLANE_POSIX
     struct stat open, named;
     return path && fstat(fileno(stream), &open) == 0 && stat(path, &named) == 0 &&
            open.st_dev == named.st_dev && open.st_ino == named.st_ino;
-#else
-    static_cast<void>(stream);
-    static_cast<void>(path);
-    return false;
-#endif
 }
 
 bool may_be_written(const char* path) {
@@ -152,16 +124,12 @@ bool may_be_written(const char* path) {
     const std::filesystem::path file(path);
     if (std::filesystem::is_directory(file, error))
         return false;
-#if VORLANE_POSIX
     if (std::filesystem::is_symlink(file, error) && !std::filesystem::exists(file, error))
         return true; // where it leads isn't looked for
     if (std::filesystem::exists(file, error))
         return access(path, W_OK) == 0;
     const std::filesystem::path folder = file.has_parent_path() ? file.parent_path() : ".";
     return access(folder.c_str(), W_OK | X_OK) == 0;
-#else
-    return true;
-#endif
 }
 
 std::string private_folder() {
@@ -169,7 +137,6 @@ std::string private_folder() {
     const std::filesystem::path shared = std::filesystem::temp_directory_path(error);
     if (error)
         return {};
-#if VORLANE_POSIX
     std::string folder = (shared / ("vorlane-" + std::to_string(geteuid()))).string();
     mkdir(folder.c_str(), S_IRWXU);
     struct stat status;
@@ -180,15 +147,9 @@ std::string private_folder() {
     if (is_open_to_others && chmod(folder.c_str(), S_IRWXU) != 0)
         return {};
     return folder;
-#else
-    const std::filesystem::path folder = shared / "vorlane";
-    std::filesystem::create_directory(folder, error);
-    return error ? std::string() : folder.string();
-#endif
 }
 
 std::string path_from_library(const char* relative) {
-#if VORLANE_POSIX
     static const char anchor = 0;
     Dl_info library;
     if (dladdr(&anchor, &library) == 0 || !library.dli_fname)
@@ -198,10 +159,6 @@ std::string path_from_library(const char* relative) {
     if (error)
         return {};
     return (file.parent_path() / relative).lexically_normal().string();
-#else
-    static_cast<void>(relative);
-    return {};
-#endif
 }
 
 } // namespace vorlane

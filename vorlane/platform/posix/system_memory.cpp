@@ -3,10 +3,8 @@
 #include <algorithm>
 #include <limits>
 
-#if defined(__unix__) || defined(__APPLE__)
 #include <sys/mman.h>
 #include <unistd.h>
-#endif
 
 namespace vorlane {
 
