@@ -51,3 +51,19 @@ if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64|i[3-6]86")
 elseif(CMAKE_SYSTEM_PROCESSOR MATCHES "aarch64|arm64|ARM64")
   list(APPEND VORLANE_INSTRUCTION_SETS neon)
 endif()
+if(WIN32)
+  # The stack is aligned to 16 bytes and no more, whatever a spilled vector of 32 or 64 wants.
+  list(APPEND VORLANE_OPTIONS_avx2 -Wa,-muse-unaligned-vector-move)
+  list(APPEND VORLANE_OPTIONS_avx512 -Wa,-muse-unaligned-vector-move)
+  # One folder for programs and libraries, those of the compiler too: Windows looks for what a program needs
+  # beside it. Exceptions that pass from the library to a host want one runtime for both.
+  set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
+  foreach(name libgcc_s_seh-1.dll libgcc_s_dw2-1.dll libstdc++-6.dll libwinpthread-1.dll)
+    execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=${name}
+                    OUTPUT_VARIABLE path OUTPUT_STRIP_TRAILING_WHITESPACE)
+    if(IS_ABSOLUTE "${path}")
+      configure_file(${path} ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/${name} COPYONLY)
+      install(FILES ${path} DESTINATION ${CMAKE_INSTALL_BINDIR})
+    endif()
+  endforeach()
+endif()

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <random>
 #include <string>
 
 #include <vorlane/platform/message_box.h>
@@ -14,13 +15,12 @@
 // boxes are answered OK and shown nowhere.
 inline const char* input_path(const std::uint8_t* data, std::size_t size) {
     struct Folder {
-        std::string path =
-            (std::filesystem::temp_directory_path() / "vorlane-fuzz-XXXXXX").string();
-        std::string file;
+        std::filesystem::path path = std::filesystem::temp_directory_path() /
+                                     ("vorlane-fuzz-" + std::to_string(std::random_device()()));
+        std::string file = (path / "input").string();
         Folder() {
-            if (!mkdtemp(path.data()))
+            if (!std::filesystem::create_directory(path))
                 std::abort();
-            file = path + "/input";
             SetMessageBoxHandler([](const char*, unsigned, unsigned) { return 1; });
         }
         ~Folder() {

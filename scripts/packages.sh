@@ -2,6 +2,10 @@
 #
 #   need_packages NAME...
 
+as_root() {
+    if [ "$(id -u)" -eq 0 ]; then "$@"; else sudo --preserve-env=DEBIAN_FRONTEND "$@"; fi
+}
+
 need_packages() {
     local missing=() name
     for name in "$@"; do
@@ -10,13 +14,11 @@ need_packages() {
     done
     [ ${#missing[@]} -eq 0 ] && return
     echo "Installing ${missing[*]}"
-    local as_root=()
-    [ "$(id -u)" -eq 0 ] || as_root=(sudo)
     DEBIAN_FRONTEND=noninteractive
     export DEBIAN_FRONTEND
-    "${as_root[@]}" apt-get install -y --no-install-recommends "${missing[@]}" >/dev/null 2>&1 || {
-        "${as_root[@]}" apt-get update >/dev/null
-        "${as_root[@]}" apt-get install -y --no-install-recommends "${missing[@]}" >/dev/null
+    as_root apt-get install -y --no-install-recommends "${missing[@]}" >/dev/null 2>&1 || {
+        as_root apt-get update >/dev/null
+        as_root apt-get install -y --no-install-recommends "${missing[@]}" >/dev/null
     }
 }
 

@@ -12,6 +12,9 @@ class HostMode {
 public:
     explicit HostMode(bool is_odd) {
         std::fegetenv(&before_);
+#if defined(__SSE2__)
+        vectors_before_ = _mm_getcsr();
+#endif
         if (!is_odd)
             return;
         std::fesetround(FE_UPWARD);
@@ -26,10 +29,16 @@ public:
     }
     ~HostMode() {
         std::fesetenv(&before_);
+#if defined(__SSE2__)
+        _mm_setcsr(vectors_before_); // not every C library's environment has it
+#endif
     }
     HostMode(const HostMode&) = delete;
     HostMode& operator=(const HostMode&) = delete;
 
 private:
     std::fenv_t before_;
+#if defined(__SSE2__)
+    unsigned vectors_before_;
+#endif
 };

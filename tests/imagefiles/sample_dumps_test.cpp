@@ -66,7 +66,8 @@ TEST_F(SampleDumps, WithoutATemplateNothingIsTouched) {
     folder.write("kept", "kept");
     folder.write("write-only", "kept");
     std::filesystem::permissions(folder.path("write-only"), std::filesystem::perms::owner_write);
-    std::filesystem::create_symlink("nowhere", folder.path("link"));
+    std::error_code no_links; // where the system has none
+    std::filesystem::create_symlink("nowhere", folder.path("link"), no_links);
     for (const std::string& path : {folder.path("none"), folder.path()}) {
         SetHalvortTemplate(path.c_str());
         for (const char* const name : {"kept", "write-only", "link", "new"})
@@ -74,7 +75,7 @@ TEST_F(SampleDumps, WithoutATemplateNothingIsTouched) {
         EXPECT_TRUE(messages.take().empty());
         EXPECT_EQ(folder.read("kept"), "kept");
         EXPECT_TRUE(folder.has("write-only"));
-        EXPECT_TRUE(std::filesystem::is_symlink(folder.path("link")));
+        EXPECT_TRUE(no_links || std::filesystem::is_symlink(folder.path("link")));
         EXPECT_FALSE(folder.has("nowhere"));
         EXPECT_FALSE(folder.has("new"));
         EXPECT_EQ(write("no/new"), 0);

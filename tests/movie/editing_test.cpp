@@ -11,6 +11,7 @@
 #include <support/messages.h>
 #include <support/movies.h>
 #include <support/scratch_folder.h>
+#include <vorlane/platform/system_files.h>
 
 namespace {
 
@@ -38,8 +39,10 @@ TEST(MovieEditing, TakesApartAndPutsTogether) {
     const std::filesystem::path path = built->file_name;
     EXPECT_EQ(path.filename().string().substr(0, 4), "temp");
     EXPECT_EQ(path.extension(), ".avi");
+#ifndef _WIN32 // where the folder above is the user's own
     EXPECT_EQ(std::filesystem::status(path.parent_path()).permissions(),
               std::filesystem::perms::owner_all);
+#endif
 
     movie.ImagesFromVideo(f.c_str(), largest - 2, ".pgm", 1, 4);
     EXPECT_TRUE(folder.has("f2147483647.pgm"));
@@ -147,7 +150,7 @@ TEST(MovieEditing, EditsFrameByFrame) {
     EXPECT_EQ(movie.Superpose("nowhere"), nullptr);
     EXPECT_EQ(movie.tqf_file, nullptr);
     movie.OpenVideo(path.c_str());
-    std::filesystem::remove(path);
+    vorlane::remove_file(path);
     EXPECT_EQ(movie.Extract(0, 0, 0, 0, 1, 1), nullptr);
     EXPECT_EQ(movie.tqf_file, nullptr);
     EXPECT_EQ(CVideo().Reduce(2, 0), nullptr);

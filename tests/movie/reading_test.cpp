@@ -8,8 +8,6 @@
 #include <memory>
 #include <utility>
 
-#include <sys/stat.h>
-
 #include <gtest/gtest.h>
 
 #include <support/avi_files.h>
@@ -257,8 +255,7 @@ TEST(TqMovie, OpensImagesAndEmptyMoviesAndRefusesTheRest) {
         EXPECT_EQ(open(header), 0) << header;
         EXPECT_EQ(messages.take_failures(), cant_open) << header;
     }
-    const std::string pipe = folder.path("pipe"); // nobody writes to it
-    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    const std::string pipe = folder.pipe("pipe");
     for (const std::string& path :
          {pipe, folder.path("missing"), folder.path(), std::string(100, 'x'), "/proc/self/mem"s}) {
         EXPECT_EQ(movie.OpenVideo(path.c_str()), 0);

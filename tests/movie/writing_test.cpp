@@ -10,6 +10,7 @@
 #include <support/messages.h>
 #include <support/movies.h>
 #include <support/scratch_folder.h>
+#include <vorlane/platform/system_files.h>
 
 namespace {
 
@@ -128,7 +129,7 @@ TEST(MovieCopying, GoesToOtherKinds) {
     frames.push_back(row_of({10, 20, 30}));
     frames.push_back(row_of({100, 150, 120}));
     const std::string tq = folder.path("m.tq");
-    const std::string avi = folder.path("it's a \"movie\" $(no).avi");
+    const std::string avi = folder.path("it's a grüner movie $(no).avi");
     write_movie(tq, 4, 7, 0, frames);
     CVideo movie;
     ASSERT_EQ(movie.OpenVideo(tq.c_str()), 1);
@@ -144,16 +145,16 @@ TEST(MovieCopying, GoesToOtherKinds) {
     const std::string copy = folder.path("copy; of 'it'.avi");
     EXPECT_EQ(from_avi.WriteVideo(copy.c_str(), 5, 0, 0, 0), 1);
     const std::string bytes = folder.read("copy; of 'it'.avi");
-    EXPECT_EQ(bytes, folder.read("it's a \"movie\" $(no).avi"));
+    EXPECT_EQ(bytes, folder.read("it's a grüner movie $(no).avi"));
     EXPECT_EQ(from_avi.WriteVideo(from_avi.file_name, 5, 0, 0, 0), 1);
-    EXPECT_EQ(bytes, folder.read("it's a \"movie\" $(no).avi"));
+    EXPECT_EQ(bytes, folder.read("it's a grüner movie $(no).avi"));
     EXPECT_EQ(from_avi.WriteVideo(folder.path("back.tq").c_str(), 4, 0, 0, 6), 1);
     EXPECT_EQ(frames_of(folder.path("back.tq"))[0], (Samples{10, 20, 30}));
     EXPECT_EQ(messages.take_failures(), Texts{});
 
     // A movie that is gone, and one that can't be made: it is closed all the same.
     ASSERT_EQ(from_avi.OpenVideo(avi.c_str()), 1);
-    fs::remove(avi);
+    vorlane::remove_file(avi);
     EXPECT_EQ(from_avi.WriteVideo(copy.c_str(), 4, 0, 0, 4), 1);
     EXPECT_EQ(from_avi.avi_file, nullptr);
     EXPECT_EQ(messages.take_failures(), Texts{"OpenMovie: Can't open file"});
@@ -184,24 +185,27 @@ TEST(MovieCopying, TakesTheMoviesOwnPlaceWhenItIsWhole) {
     std::vector<ImagePtr> frames;
     frames.push_back(row_of({10, 20, 30}));
     write_movie(path, 4, 7, 0, frames);
-    constexpr auto mode = fs::perms::owner_all | fs::perms::group_read;
-    fs::permissions(path, mode);
-    fs::create_symlink(name, folder.path("link"));
+    fs::permissions(path, fs::perms::owner_all | fs::perms::group_read);
+    std::error_code error;
+    fs::create_symlink(name, folder.path("link"), error);
+    const std::string link = error ? path : folder.path("link"); // where the system has links
+    const auto former_mode = fs::status(path).permissions();
+    const std::size_t files = names() + 1;
     folder.write(".vorlane-0", "another's");
     CVideo movie;
     ASSERT_EQ(movie.OpenVideo(path.c_str()), 1);
-    EXPECT_EQ(movie.WriteVideo(folder.path("link").c_str(), 4, 1, 0, 4), 1);
+    EXPECT_EQ(movie.WriteVideo(link.c_str(), 4, 1, 0, 4), 1);
     EXPECT_EQ(messages.take_failures(), Texts{});
     EXPECT_EQ(frames_of(path)[0], (Samples{10, 10, 10, 20, 20, 20, 30, 30, 30}));
-    EXPECT_TRUE(fs::is_symlink(folder.path("link")));
-    EXPECT_EQ(fs::status(path).permissions(), mode);
+    EXPECT_TRUE(error || fs::is_symlink(link));
+    EXPECT_EQ(fs::status(path).permissions(), former_mode);
     EXPECT_EQ(folder.read(".vorlane-0"), "another's");
-    EXPECT_EQ(names(), 3u);
+    EXPECT_EQ(names(), files);
 
     const std::string damaged = small_avi({"aaabbb", "x"});
     ASSERT_EQ(movie.OpenVideo(folder.write(name, damaged).c_str()), 1);
     EXPECT_EQ(movie.WriteVideo(path.c_str(), 4, 0, 0, 4), 1);
     EXPECT_EQ(messages.take_failures(), Texts{"CVideo: Can't read frame"});
     EXPECT_EQ(folder.read(name), damaged);
-    EXPECT_EQ(names(), 3u);
+    EXPECT_EQ(names(), files);
 }

@@ -3,8 +3,8 @@
 #   cmake -DLIBRARY=... -DPAGE=... -P functions_page.cmake
 
 cmake_minimum_required(VERSION 3.25)
-execute_process(COMMAND nm --dynamic --defined-only --demangle ${LIBRARY} OUTPUT_VARIABLE symbols
-                COMMAND_ERROR_IS_FATAL ANY)
+include(${CMAKE_CURRENT_LIST_DIR}/symbols.cmake)
+vorlane_symbols(${LIBRARY} symbols)
 file(READ ${PAGE} page)
 
 string(REGEX MATCHALL "`[A-Za-z_0-9:]+`" named "${page}")

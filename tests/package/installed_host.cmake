@@ -1,7 +1,7 @@
 # Installs the library into a folder of its own and builds the examples against what stands there, as a host
 # does: by the CMake package and by pkg-config. Then runs one on a picture.
 #
-#   cmake -DBUILD=... -DSOURCE=... -DWORK=... -DCOMPILER=... -P installed_host.cmake
+#   cmake -DBUILD=... -DSOURCE=... -DWORK=... -DCOMPILER=... [-DTOOLCHAIN=... -DEMULATOR=... -DSUFFIX=...] -P installed_host.cmake
 
 function(run)
   execute_process(COMMAND ${ARGN} COMMAND_ECHO STDOUT COMMAND_ERROR_IS_FATAL ANY)
@@ -12,11 +12,13 @@ file(REMOVE_RECURSE ${WORK})
 run(${CMAKE_COMMAND} --install ${BUILD} --prefix ${prefix})
 
 run(${CMAKE_COMMAND} -G Ninja -S ${SOURCE}/examples -B ${WORK}/by-cmake -DCMAKE_PREFIX_PATH=${prefix}
-    -DCMAKE_CXX_COMPILER=${COMPILER} -DCMAKE_CXX_FLAGS=${FLAGS})
+    -DCMAKE_CXX_COMPILER=${COMPILER} "-DCMAKE_CXX_FLAGS=${FLAGS}" -DCMAKE_TOOLCHAIN_FILE=${TOOLCHAIN}
+    -DCMAKE_FIND_ROOT_PATH=${prefix})
+set(ENV{WINEPATH} ${prefix}/bin) # where Wine finds libraries; to the others it says nothing
 run(${CMAKE_COMMAND} --build ${WORK}/by-cmake)
 
 file(WRITE ${WORK}/in.pgm "P5\n8 8\n255\n0000zzzz0000zzzz0000zzzz0000zzzz0000zzzz0000zzzz0000zzzz0000zzzz")
-run(${WORK}/by-cmake/edges_of_a_picture ${WORK}/in.pgm ${WORK}/out.pgm)
+run(${EMULATOR} ${WORK}/by-cmake/edges_of_a_picture${SUFFIX} ${WORK}/in.pgm ${WORK}/out.pgm)
 file(SIZE ${WORK}/out.pgm size)
 if(NOT size EQUAL 75)
   message(FATAL_ERROR "out.pgm has ${size} bytes")
@@ -39,7 +41,7 @@ endforeach()
 # What the others give, in a word each.
 function(gives text)
   list(POP_FRONT ARGN example)
-  execute_process(COMMAND ${WORK}/by-cmake/${example} ${ARGN} WORKING_DIRECTORY ${WORK}
+  execute_process(COMMAND ${EMULATOR} ${WORK}/by-cmake/${example}${SUFFIX} ${ARGN} WORKING_DIRECTORY ${WORK}
                   OUTPUT_VARIABLE output COMMAND_ERROR_IS_FATAL ANY)
   if(NOT output MATCHES "${text}")
     message(FATAL_ERROR "${example} ${ARGN} gives:\n${output}")
@@ -68,9 +70,9 @@ file(WRITE ${WORK}/volume.txt "V2\nfile=voxels\nnbf=9\nrow=10\ncol=10\nsize=1\n"
 gives("blob   slice 4, row 5, column 5" structure_of_a_volume volume.txt 1)
 
 # The installed program finds library and modules, also where the tree is moved to.
-if(EXISTS ${prefix}/bin/vorlane)
+if(EXISTS ${prefix}/bin/vorlane${SUFFIX})
   file(RENAME ${prefix} ${WORK}/moved)
-  run(${WORK}/moved/bin/vorlane edges ${WORK}/in.pgm ${WORK}/edges.pgm)
+  run(${EMULATOR} ${WORK}/moved/bin/vorlane${SUFFIX} edges ${WORK}/in.pgm ${WORK}/edges.pgm)
   foreach(document share/man/man1/vorlane.1 share/bash-completion/completions/vorlane
       share/zsh/site-functions/_vorlane)
     file(SIZE ${WORK}/moved/${document} size)

@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#ifdef __GLIBC__
+
 namespace {
 
 struct Rest {
@@ -35,7 +37,14 @@ vorlane::FileHandle failing_stream(const std::string& bytes) {
     auto rest = std::make_unique<Rest>(Rest{bytes});
     vorlane::FileHandle stream(
         fopencookie(rest.get(), "rb", {read_rest, nullptr, nullptr, drop_rest}));
-    EXPECT_TRUE(stream);
     rest.release();
     return stream;
 }
+
+#else
+
+vorlane::FileHandle failing_stream(const std::string&) {
+    return nullptr;
+}
+
+#endif

@@ -20,6 +20,9 @@ public:
     // The bytes of a file in the folder; fails the test if it isn't there.
     std::string read(std::string_view name) const;
 
+    // The path of a pipe to which nobody writes; of nothing where the system has no such files.
+    std::string pipe(std::string_view name) const;
+
     bool has(std::string_view name) const;
 
 private:
