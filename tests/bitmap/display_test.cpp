@@ -57,11 +57,13 @@ TEST(Palettes, OfImagesAndDevices) {
     EXPECT_EQ(entry.peBlue, 100);
 
     CMemoryDC with_palette(2, 2, CMemoryDC::palette_256);
-    CDib colour(2, 2, 24);
-    EXPECT_EQ(colour.SetSystemPalette(&with_palette), 1);
-    ASSERT_EQ(colour.palette->GetEntryCount(), 256);
-    EXPECT_EQ(colour.palette->GetPaletteEntries(215, 1, &entry), 1u);
-    EXPECT_EQ(packed(entry.peRed, entry.peGreen, entry.peBlue), packed(255, 255, 255));
+    if (with_palette.m_hDC) { // not every system has such devices
+        CDib colour(2, 2, 24);
+        EXPECT_EQ(colour.SetSystemPalette(&with_palette), 1);
+        ASSERT_EQ(colour.palette->GetEntryCount(), 256);
+        EXPECT_EQ(colour.palette->GetPaletteEntries(215, 1, &entry), 1u);
+        EXPECT_EQ(packed(entry.peRed, entry.peGreen, entry.peBlue), packed(255, 255, 255));
+    }
     CMemoryDC no_palette(2, 2, CMemoryDC::true_colour);
     CMemoryDC no_device(0, -1, CMemoryDC::true_colour);
     CDC nothing;
@@ -172,6 +174,8 @@ TEST(Drawing, OnAHardwarePaletteShowsEveryGray) {
         make_gray(16, 16, [](int i, int j) { return static_cast<float>(16 * i + j); });
     CDib bitmap(ramp.get(), 0, 0.0f, 0.0f);
     CMemoryDC device(16, 16, CMemoryDC::palette_256);
+    if (!device.m_hDC)
+        GTEST_SKIP() << "no such devices here";
     ASSERT_EQ(bitmap.Draw(&device, 0, 0, 16, 16), 1);
     expect_drawn(*ramp, device, 0, 0, 16, 16, 0);
     std::vector<unsigned char> row(48);
@@ -184,6 +188,8 @@ TEST(Drawing, WithoutATableTakesTheNearestColours) {
     const ImagePtr image = make_random(40, 50, 1, 22, true);
     CDib bitmap(image.get(), 0, 0.0f, 0.0f);
     CMemoryDC device(50, 40, CMemoryDC::palette_256);
+    if (!device.m_hDC)
+        GTEST_SKIP() << "no such devices here";
     PALETTEENTRY hardware[256];
     ASSERT_EQ(GetSystemPaletteEntries(device.m_hDC, 0, 256, hardware), 256u);
     ASSERT_EQ(bitmap.Draw(&device, 0, 0, 50, 40), 1);

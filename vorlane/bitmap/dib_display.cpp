@@ -9,6 +9,7 @@
 
 #include <vorlane/platform/bitmap_layout.h>
 #include <vorlane/platform/gdi_codes.h>
+#include <vorlane/platform/system_drawing.h>
 
 namespace {
 
@@ -77,8 +78,7 @@ int CDib::Draw(CDC* dc, int x, int y, int w, int h) {
     constexpr int in_foreground = 0;
     CPalette* const former = dc->SelectPalette(palette, in_foreground);
     RealizePalette(dc->m_hDC);
-    StretchDIBits(dc->m_hDC, x, y, w, h, 0, 0, width, height, bits, info_of(header), use_colours,
-                  copy_source);
+    draw_bitmap(dc->m_hDC, x, y, w, h, width, height, bits, info_of(header));
     dc->SelectPalette(former, in_foreground);
     return 1;
 }

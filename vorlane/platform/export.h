@@ -1,5 +1,5 @@
 // The mark of everything that the shared library shows to a host, and of members of such classes that it
-// keeps to itself.
+// keeps to itself; and where the headers of the system stand.
 #pragma once
 
 #if defined(VORLANE_BUILDS_DLL)
@@ -11,4 +11,11 @@
 #else
 #define VORLANE_API
 #define VORLANE_LOCAL
+#endif
+
+// The header of this name in the folder of the system, VORLANE_SYSTEM_HEADER(gdi_system.h).
+#if defined(_WIN32)
+#define VORLANE_SYSTEM_HEADER(name) <vorlane/platform/windows/name>
+#else
+#define VORLANE_SYSTEM_HEADER(name) <vorlane/platform/posix/name>
 #endif

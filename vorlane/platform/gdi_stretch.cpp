@@ -9,7 +9,6 @@
 #include <new>
 
 #include <vorlane/platform/bitmap_layout.h>
-#include <vorlane/platform/gdi_codes.h>
 #include <vorlane/platform/gdi_device.h>
 
 namespace {
@@ -231,11 +230,10 @@ bool can_be_drawn(const BITMAPINFOHEADER& header) {
 
 } // namespace
 
-int StretchDIBits(HDC device, int x, int y, int w, int h, int source_x, int source_y, int source_w,
-                  int source_h, const void* bits, const BITMAPINFO* info, unsigned usage,
-                  unsigned operation) {
-    if (!device || !bits || !info || usage != use_colours || operation != copy_source ||
-        source_w < 1 || source_h < 1 || w == 0 || h == 0)
+int vorlane::stretch(const GdiDevice& device, std::int64_t x, std::int64_t y, int w, int h,
+                     int source_x, int source_y, int source_w, int source_h, const void* bits,
+                     const BITMAPINFO* info) {
+    if (!bits || !info || source_w < 1 || source_h < 1 || w == 0 || h == 0)
         return 0;
     const BITMAPINFOHEADER& header = info->bmiHeader;
     const int depth = header.biBitCount;
@@ -244,8 +242,8 @@ int StretchDIBits(HDC device, int x, int y, int w, int h, int source_x, int sour
     const bool bottom_up = header.biHeight > 0;
     const std::int64_t height = std::abs(std::int64_t{header.biHeight});
     const std::int64_t top = bottom_up ? height - source_y - source_h : source_y;
-    const Axis across(x, w, device->width, source_x, source_w, header.biWidth);
-    const Axis down(y, h, device->height, top, source_h, height);
+    const Axis across(x, w, device.width, source_x, source_w, header.biWidth);
+    const Axis down(y, h, device.height, top, source_h, height);
     if (across.begin() >= across.end() || down.begin() >= down.end())
         return source_h;
     const auto length = static_cast<std::size_t>(across.end() - across.begin());
@@ -257,13 +255,13 @@ int StretchDIBits(HDC device, int x, int y, int w, int h, int source_x, int sour
             static_cast<int>(across.source_of(across.begin() + static_cast<std::int64_t>(k)));
 
     const auto draw = [&](auto put) {
-        draw_rows(*device, across, down, bottom_up, height, static_cast<const unsigned char*>(bits),
+        draw_rows(device, across, down, bottom_up, height, static_cast<const unsigned char*>(bits),
                   row_pitch(header), columns.get(), put);
     };
-    NearestColour nearest(device->hardware);
+    NearestColour nearest(device.hardware);
     const auto draw_indices = [&](auto index) {
         const std::array<Colour, 256> colours = colours_of(info);
-        if (device->has_palette()) {
+        if (device.has_palette()) {
             std::array<unsigned char, 256> indices;
             std::transform(colours.begin(), colours.end(), indices.begin(), std::ref(nearest));
             draw([&](unsigned char* out, const unsigned char* source, int column) {
@@ -276,7 +274,7 @@ int StretchDIBits(HDC device, int x, int y, int w, int h, int source_x, int sour
         }
     };
     const auto draw_colours = [&](auto colour) {
-        if (device->has_palette()) {
+        if (device.has_palette()) {
             draw([&](unsigned char* out, const unsigned char* source, int column) {
                 *out = nearest(colour(source, column));
             });

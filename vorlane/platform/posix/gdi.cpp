@@ -6,6 +6,7 @@
 #include <new>
 
 #include <vorlane/platform/gdi_codes.h>
+#include <vorlane/platform/system_drawing.h>
 
 namespace {
 
@@ -96,9 +97,10 @@ CMemoryDC::CMemoryDC(int width, int height, Colours colours) {
     device->width = width;
     device->height = height;
     device->pixel_size = colours == palette_256 ? 1 : 3;
+    device->pitch = device->pixel_size * static_cast<std::size_t>(width);
     device->hardware = first_colours();
-    device->pixels.reset(static_cast<unsigned char*>(
-        std::calloc(static_cast<std::size_t>(height), device->pixel_size * width)));
+    device->pixels.reset(
+        static_cast<unsigned char*>(std::calloc(static_cast<std::size_t>(height), device->pitch)));
     if (device->pixels)
         m_hDC = device.release();
 }
@@ -190,4 +192,18 @@ unsigned RealizePalette(HDC device) {
         ++changed;
     }
     return changed;
+}
+
+int StretchDIBits(HDC device, int x, int y, int w, int h, int source_x, int source_y, int source_w,
+                  int source_h, const void* bits, const BITMAPINFO* info, unsigned usage,
+                  unsigned operation) {
+    if (!device || usage != use_colours || operation != copy_source)
+        return 0;
+    return stretch(*device, x, y, w, h, source_x, source_y, source_w, source_h, bits, info);
+}
+
+void vorlane::draw_bitmap(HDC device, int x, int y, int w, int h, int source_w, int source_h,
+                          const void* bits, const BITMAPINFO* info) {
+    StretchDIBits(device, x, y, w, h, 0, 0, source_w, source_h, bits, info, use_colours,
+                  copy_source);
 }
