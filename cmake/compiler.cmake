@@ -62,8 +62,11 @@ if(WIN32)
     execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=${name}
                     OUTPUT_VARIABLE path OUTPUT_STRIP_TRAILING_WHITESPACE)
     if(IS_ABSOLUTE "${path}")
-      configure_file(${path} ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/${name} COPYONLY)
-      install(FILES ${path} DESTINATION ${CMAKE_INSTALL_BINDIR})
+      file(MAKE_DIRECTORY ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
+      execute_process(COMMAND ${CMAKE_STRIP} -o ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/${name} ${path}
+                      COMMAND_ERROR_IS_FATAL ANY)
+      install(FILES ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/${name} DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
     endif()
   endforeach()
+  install(FILES ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION . COMPONENT runtime)
 endif()

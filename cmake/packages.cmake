@@ -1,4 +1,5 @@
-# Packages for Debian, made by `cpack -G DEB` (scripts/deb), and the source tarball. Which package a file goes to is told
+# Packages for Debian, made by `cpack -G DEB` (scripts/deb), a zip for Windows, made by `cpack` in a build for it, and
+# the source tarball. Which package a file goes to is told
 # by the COMPONENT of its install rule: runtime, development, tools, viewer, python.
 
 set(CPACK_PACKAGE_NAME vorlane)
@@ -8,6 +9,10 @@ set(CPACK_RESOURCE_FILE_LICENSE ${PROJECT_SOURCE_DIR}/LICENSE)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
     OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+
+if(WIN32)
+  set(CPACK_GENERATOR ZIP)
+endif()
 
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
