@@ -213,9 +213,8 @@ ImagePtr DicomFile::image(int frame) {
     if (data.findAndGetElement(DCM_PixelData, element).bad() || !element)
         throw Error(name_ + ": its pixels can't be read");
     // 8-bit samples come in words or in bytes; 32-bit ones as two words, the low one first.
-    if (element->getUint16Array(const_cast<Uint16*&>(words)).good() && words)
-        count = element->getLength();
-    else if (element->getUint8Array(const_cast<Uint8*&>(octets)).good() && octets)
+    if ((element->getUint16Array(const_cast<Uint16*&>(words)).good() && words) ||
+        (element->getUint8Array(const_cast<Uint8*&>(octets)).good() && octets))
         count = element->getLength();
     const auto* const begin = words ? reinterpret_cast<const Uint8*>(words) : octets;
     if (!begin || count / static_cast<std::size_t>(bytes) < first + pixels)

@@ -179,7 +179,8 @@ std::vector<double> filtered(const LineFilter& filter, const std::vector<double>
 
 LineProfile::LineProfile(const GaussianFilters& filters, double sigma, std::size_t n) {
     const std::size_t length = std::min(n, 2 * reach(sigma) + 1);
-    const double middle = static_cast<double>(length / 2);
+    const std::size_t half = length / 2;
+    const auto middle = static_cast<double>(half);
     const std::vector<double> ones(length, 1.0);
     std::vector<double> ramp(length);
     for (std::size_t j = 0; j < length; ++j)

@@ -169,6 +169,7 @@ ImagePtr scale(const CImage& image, int rows, int cols) {
     const CImage& source = smooth ? *smooth : image;
     ImagePtr result = make_image(rows, cols, image.image_type);
     std::vector<Sample> across;
+    across.reserve(static_cast<std::size_t>(cols));
     for (int j = 0; j < cols; ++j)
         across.emplace_back((j + 0.5) * col_factor - 0.5, image.ncols);
     for (int i = 0; i < rows; ++i) {

@@ -87,6 +87,7 @@ int run(const Command& command, std::span<const Word> words) {
         return command.run(own, common);
     }
     std::vector<std::string> places;
+    places.reserve(rest.size());
     for (const Word& word : rest)
         places.push_back(word.text);
     if (command.operation)

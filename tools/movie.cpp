@@ -35,7 +35,7 @@ using NextFrame = std::function<const CImage*()>;
 // stretched, all frames are gone through twice: `begin` starts them anew.
 void save_frames(const Arguments& arguments, const Arguments& common, MovieSettings settings,
                  const std::function<NextFrame()>& begin) {
-    const std::string out = arguments.text("OUT");
+    const std::string& out = arguments.text("OUT");
     if (arguments.is_given("fps"))
         settings.rate = arguments.number("fps");
     if (arguments.flag("colour"))
@@ -296,7 +296,7 @@ int run_chain(const Arguments& arguments, const Arguments& common) {
         throw UsageError("the steps for a movie take and give pictures");
     chain.open_pictures({});
     const auto movie = open_with(arguments);
-    const std::string name = arguments.text("IN");
+    const std::string& name = arguments.text("IN");
     const auto change = [&](const CImage& frame) {
         return chain.run(std::make_unique<CImage>(&frame), name, nullptr).image;
     };

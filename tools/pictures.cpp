@@ -131,7 +131,7 @@ int run_many(const std::vector<BatchItem>& items, const Chain& chain, BatchOptio
     return report.failures.empty() ? report.status : 1;
 }
 
-int run_pictures(Chain chain, BatchOptions options, const Arguments& common,
+int run_pictures(Chain chain, const BatchOptions& options, const Arguments& common,
                  const std::vector<BatchItem>& items) {
     check_batch(items, chain, options);
     chain.open_pictures(options.open);
@@ -143,7 +143,7 @@ int run_pictures(Chain chain, BatchOptions options, const Arguments& common,
 
 std::string read_text(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
-    const std::string text{std::istreambuf_iterator<char>(file), {}};
+    std::string text{std::istreambuf_iterator<char>(file), {}};
     if (!file)
         throw Error(path + ": can't be read");
     return text;

@@ -225,7 +225,7 @@ int make_picture(const Arguments& arguments, const Arguments& common) {
     const Volume opened = load(arguments, common);
     const View view(*opened.volume, arguments.text("axis"));
     const int index = arguments.is_given("index") ? arguments.integer("index") : view.depth() / 2;
-    const std::string projection = arguments.text("projection");
+    const std::string& projection = arguments.text("projection");
     if (index >= view.depth())
         throw Error(arguments.text("IN") + ": there are only " + std::to_string(view.depth()) +
                     " " + arguments.text("axis"));

@@ -163,7 +163,8 @@ void take_inks(const JSAMPLE* inks, float* out, std::size_t pixels, bool is_inve
         const int black = is_inverted ? inks[3] : 255 - inks[3];
         for (int k = 0; k < 3; ++k) {
             const int light = is_inverted ? inks[k] : 255 - inks[k];
-            *out++ = static_cast<float>((light * black + 127) / 255);
+            const int level = (light * black + 127) / 255; // rounded
+            *out++ = static_cast<float>(level);
         }
     }
 }

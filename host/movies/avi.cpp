@@ -76,7 +76,7 @@ public:
         for (const std::int64_t n :
              {std::int64_t{0}, info_.frame_count / 2, info_.frame_count - 1}) {
             next_ = n;
-            if (next()->image_type == ImageType::colour) {
+            if (AviReader::next()->image_type == ImageType::colour) {
                 info_.image_type = ImageType::colour;
                 break;
             }

@@ -87,11 +87,11 @@ private:
 std::string slice_name(const fs::path& folder, const std::string& prefix, int n,
                        const std::string& suffix) {
     std::string digits = std::to_string(n);
-    const std::string plain = (folder / (prefix + digits + suffix)).string();
+    std::string plain = (folder / (prefix + digits + suffix)).string();
     constexpr std::size_t longest = 8;
     std::error_code error;
     while (digits.size() <= longest) {
-        const std::string name = (folder / (prefix + digits + suffix)).string();
+        std::string name = (folder / (prefix + digits + suffix)).string();
         if (fs::exists(name, error))
             return name;
         digits.insert(digits.begin(), '0');

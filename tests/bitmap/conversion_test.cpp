@@ -129,6 +129,8 @@ TEST(BitmapOfImage, WithoutPixelsIsEmpty) {
     EXPECT_EQ(CDib(&no_type, 1, 0.0f, 0.0f).header, nullptr);
     EXPECT_EQ(CDib(static_cast<const CImage*>(nullptr), 0, 0.0f, 0.0f).header, nullptr);
     EXPECT_EQ(CDib(row_of({1}).get(), nullptr).header, nullptr);
+    const int table[] = {0};
+    EXPECT_EQ(CDib(static_cast<const CImage*>(nullptr), table).header, nullptr);
     EXPECT_EQ(CDib(0, 3, 0, empty.pixels, 0).header, nullptr);
 }
 

@@ -124,7 +124,7 @@ void AviFile::parse_format(const AviChunk& chunk) {
 void AviFile::parse_movie_chunk(const unsigned char* name, const AviChunk& chunk) {
     if (!std::isdigit(name[0]) || !std::isdigit(name[1]))
         return;
-    const auto number = static_cast<std::size_t>(10 * (name[0] - '0') + (name[1] - '0'));
+    const std::size_t number = std::size_t{10} * (name[0] - '0') + (name[1] - '0');
     const bool is_cut = chunk.offset + std::int64_t{chunk.size} > size_;
     if (is_cut || number >= tracks_.size() || tracks_[number].type != streamtypeVIDEO)
         return;

@@ -26,7 +26,7 @@ void read_bmp(CFile& file, Picture& picture) {
 
 void read_open_bmp(FileHandle& file, const char* path, Picture& picture) {
     CFile bmp = file_on(file.get(), path);
-    file.release();
+    static_cast<void>(file.release()); // it is the CFile's now
     read_bmp(bmp, picture);
 }
 

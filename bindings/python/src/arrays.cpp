@@ -79,7 +79,7 @@ py::array float_samples(py::handle object, const char* name) {
     }
     if (fits)
         return array;
-    return py::array_t<float, py::array::c_style | py::array::forcecast>(std::move(array));
+    return py::array_t<float, py::array::c_style | py::array::forcecast>(array);
 }
 
 PictureArgument::PictureArgument(py::handle object, const char* name)

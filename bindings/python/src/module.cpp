@@ -16,7 +16,7 @@ PYBIND11_MODULE(_core, module) {
     module.attr("__version__") = VORLANE_VERSION;
     // Later ones are tried first: a wrong argument is a ValueError, the rest is told by the library.
     static py::exception<host::Error> failure(module, "Error");
-    py::register_exception_translator([](std::exception_ptr thrown) {
+    py::register_exception_translator([](std::exception_ptr thrown) { // NOLINT: its type is given
         try {
             if (thrown)
                 std::rethrow_exception(thrown);
