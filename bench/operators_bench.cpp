@@ -172,11 +172,11 @@ void fill_vorlane(benchmark::State& state) {
 BENCHMARK(fill_vorlane)->Apply(in_ms);
 
 #if defined(VORLANE_HAS_OPENCV)
-// Times `work`, which gets a float image to write to.
+// Times `work`, which gets an empty image to write to: peers make new results at each call, as we do.
 template<class Work>
 void run_opencv(benchmark::State& state, Work work) {
-    cv::Mat result;
     for (auto _ : state) {
+        cv::Mat result;
         work(result);
         benchmark::DoNotOptimize(result.data);
     }
