@@ -49,24 +49,46 @@ void copy_rectangle(const float* const* from, float* const* to, const Rectangle&
 
 enum class Reduction { mean, filtered };
 
-// The mean of blocks of factor x factor pixels, row by row. A factor that the compiler knows makes
-// lanes of the pixels; `known` is 0 for any other.
-template<int channels, int known>
-void reduce_row_by_mean(const float* const* from, float* to, Index cols, Index any_factor) {
-    const Index factor = known ? known : any_factor;
-    const auto area = static_cast<double>(factor * factor);
-    for (Index j = 0; j < cols; ++j) {
-        double sum[channels] = {};
-        for (Index r = 0; r < factor; ++r) {
-            const float* const block = from[r] + channels * factor * j;
-            for (Index c = 0; c < channels * factor; c += channels)
-                for (int k = 0; k < channels; ++k)
-                    sum[k] += block[c + k];
-        }
-        for (int k = 0; k < channels; ++k)
-            to[channels * j + k] = static_cast<float>(sum[k] / area);
+// The loop for a factor: a factor that the compiler knows makes lanes of the pixels, and 0 stands for all others.
+template<template<int, int> class Loop, int channels>
+auto loop_for(int factor) {
+    switch (factor) {
+    case 2:
+        return Loop<channels, 2>::run;
+    case 3:
+        return Loop<channels, 3>::run;
+    case 4:
+        return Loop<channels, 4>::run;
+    case 5:
+        return Loop<channels, 5>::run;
+    case 6:
+        return Loop<channels, 6>::run;
+    case 8:
+        return Loop<channels, 8>::run;
+    default:
+        return Loop<channels, 0>::run;
     }
 }
+
+// The mean of blocks of factor x factor pixels, row by row.
+template<int channels, int known>
+struct MeanOfRow {
+    static void run(const float* const* from, float* to, Index cols, Index any_factor) {
+        const Index factor = known ? known : any_factor;
+        const auto area = static_cast<double>(factor * factor);
+        for (Index j = 0; j < cols; ++j) {
+            double sum[channels] = {};
+            for (Index r = 0; r < factor; ++r) {
+                const float* const block = from[r] + channels * factor * j;
+                for (Index c = 0; c < channels * factor; c += channels)
+                    for (int k = 0; k < channels; ++k)
+                        sum[k] += block[c + k];
+            }
+            for (int k = 0; k < channels; ++k)
+                to[channels * j + k] = static_cast<float>(sum[k] / area);
+        }
+    }
+};
 
 // All nine terms count, those of weight 0 too: an infinite sample under one of them gives
 // not-a-number.
@@ -89,10 +111,10 @@ void reduce_row_filtered(const float* const from[3], float* to, Index cols) {
 template<int channels>
 void reduce_plane(const float* const* from, float* const* to, int rows, int cols, int factor,
                   Reduction reduction) {
+    const auto mean_of_row = loop_for<MeanOfRow, channels>(factor);
     for (Index i = 0; i < rows; ++i) {
         if (reduction == Reduction::mean) {
-            (factor == 2 ? reduce_row_by_mean<channels, 2>
-                         : reduce_row_by_mean<channels, 0>)(from + i * factor, to[i], cols, factor);
+            mean_of_row(from + i * factor, to[i], cols, factor);
         } else {
             const float* const around[3] = {from[i == 0 ? 1 : 2 * i - 1], from[2 * i],
                                             from[2 * i + 1]};
@@ -134,26 +156,28 @@ void make_weights(Weights* weights, Index factor, Index a) {
     }
 }
 
-// Between two rows of the source; `known` as above.
+// Between two rows of the source.
 template<int channels, int known>
-void interpolate_row(const float* upper, const float* lower, float* to, Index cols,
-                     const Weights* weights, Index any_factor) {
-    const Index factor = known ? known : any_factor;
-    const auto area = static_cast<double>(factor * factor);
-    const auto interpolate = [&](Index j, Index right) {
-        for (Index b = 0; b < factor; ++b) {
-            const Weights w = weights[b];
-            for (Index k = channels * j; k < channels * (j + 1); ++k) {
-                const double sum = lower[k + right] * w.diagonal + lower[k] * w.below +
-                                   upper[k + right] * w.right + upper[k] * w.pixel;
-                to[channels * ((factor - 1) * j + b) + k] = static_cast<float>(sum / area);
+struct RowBetween {
+    static void run(const float* upper, const float* lower, float* to, Index cols,
+                    const Weights* weights, Index any_factor) {
+        const Index factor = known ? known : any_factor;
+        const auto area = static_cast<double>(factor * factor);
+        const auto interpolate = [&](Index j, Index right) {
+            for (Index b = 0; b < factor; ++b) {
+                const Weights w = weights[b];
+                for (Index k = channels * j; k < channels * (j + 1); ++k) {
+                    const double sum = lower[k + right] * w.diagonal + lower[k] * w.below +
+                                       upper[k + right] * w.right + upper[k] * w.pixel;
+                    to[channels * ((factor - 1) * j + b) + k] = static_cast<float>(sum / area);
+                }
             }
-        }
-    };
-    for (Index j = 0; j + 1 < cols; ++j)
-        interpolate(j, channels);
-    interpolate(cols - 1, 0); // the last column is repeated
-}
+        };
+        for (Index j = 0; j + 1 < cols; ++j)
+            interpolate(j, channels);
+        interpolate(cols - 1, 0); // the last column is repeated
+    }
+};
 
 template<int channels>
 void replicate_plane(const float* const* from, float* const* to, int rows, int cols, int factor) {
@@ -168,13 +192,12 @@ void replicate_plane(const float* const* from, float* const* to, int rows, int c
 template<int channels>
 void interpolate_plane(const float* const* from, float* const* to, int rows, int cols, int factor) {
     const auto weights = std::make_unique<Weights[]>(factor);
+    const auto row_between = loop_for<RowBetween, channels>(factor);
     for (Index a = 0; a < factor; ++a) {
         make_weights(weights.get(), factor, a);
         for (Index i = 0; i < rows; ++i)
-            (factor == 2 ? interpolate_row<channels, 2>
-                         : interpolate_row<channels, 0>)(from[i], from[i + 1 < rows ? i + 1 : i],
-                                                         to[i * factor + a], cols, weights.get(),
-                                                         factor);
+            row_between(from[i], from[i + 1 < rows ? i + 1 : i], to[i * factor + a], cols,
+                        weights.get(), factor);
     }
 }
 
