@@ -82,6 +82,7 @@ void Viewer::open(const std::string& path) {
         if (const auto& volume = document.volume()) {
             opened->projection.image = document.projection();
             Window window = range_of(*opened->projection.image);
+            window.low = std::min(window.low, range_of(*opened->input.image).low);
             if (document.has_window())
                 window = {document.window_centre() - document.window_width() / 2.0,
                           document.window_centre() + document.window_width() / 2.0};
