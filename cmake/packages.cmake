@@ -71,7 +71,8 @@ endif()
 
 # Debian wants the manual packed: it is, in the tree that cpack has installed.
 file(WRITE ${PROJECT_BINARY_DIR}/packages/pack_manual.cmake
-  "file(GLOB_RECURSE manuals \${CPACK_TEMPORARY_DIRECTORY}/*/man1/*.1)
+  "file(GLOB_RECURSE manuals \${CPACK_TEMPORARY_DIRECTORY}/*.1)
+list(FILTER manuals INCLUDE REGEX /man1/)
 foreach(manual IN LISTS manuals)
   execute_process(COMMAND gzip -9nf \${manual} COMMAND_ERROR_IS_FATAL ANY)
 endforeach()

@@ -84,16 +84,19 @@ TEST(SobelFilter, EqualsThePlainLoopAndLeavesTheBorder) {
                 image->SobelFilter();
                 ASSERT_EQ(image->mag_plane, plane);
                 EXPECT_EQ(image->dir_plane, nullptr);
-                const auto expected = samples_by(rows, cols, 1, [&](int r, int c, int) {
-                    if (r < 1 || r > rows - 2 || c < 1 || c > cols - 2)
-                        return -7.0f;
-                    const auto P = [&](int i, int j) { return double{gray->pixels[r + i][c + j]}; };
-                    const double gx =
-                        (P(-1, 1) + 2 * P(0, 1) + P(1, 1)) - (P(-1, -1) + 2 * P(0, -1) + P(1, -1));
-                    const double gy =
-                        (P(-1, -1) + 2 * P(-1, 0) + P(-1, 1)) - (P(1, -1) + 2 * P(1, 0) + P(1, 1));
-                    return static_cast<float>(std::sqrt(gx * gx + gy * gy));
-                });
+                const auto expected =
+                    samples_by(rows, cols, 1, [&, rows = rows, cols = cols](int r, int c, int) {
+                        if (r < 1 || r > rows - 2 || c < 1 || c > cols - 2)
+                            return -7.0f;
+                        const auto P = [&](int i, int j) {
+                            return double{gray->pixels[r + i][c + j]};
+                        };
+                        const double gx = (P(-1, 1) + 2 * P(0, 1) + P(1, 1)) -
+                                          (P(-1, -1) + 2 * P(0, -1) + P(1, -1));
+                        const double gy = (P(-1, -1) + 2 * P(-1, 0) + P(-1, 1)) -
+                                          (P(1, -1) + 2 * P(1, 0) + P(1, 1));
+                        return static_cast<float>(std::sqrt(gx * gx + gy * gy));
+                    });
                 EXPECT_TRUE(same_bits(samples_of(plane, rows, cols), expected));
             }
         }
