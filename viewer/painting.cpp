@@ -139,11 +139,14 @@ void Canvas::resize(int width, int height) {
 }
 
 void Canvas::clear(Colour colour) {
-    for (std::size_t k = 0; k < pixels_.size(); k += 3) {
+    const std::size_t row_bytes = std::size_t{3} * width_;
+    for (std::size_t k = 0; k < std::min(row_bytes, pixels_.size()); k += 3) {
         pixels_[k] = colour.red;
         pixels_[k + 1] = colour.green;
         pixels_[k + 2] = colour.blue;
     }
+    for (int y = 1; y < height_; ++y)
+        std::memcpy(&pixels_[row_bytes * y], pixels_.data(), row_bytes);
 }
 
 bool Canvas::paint(CDib& bitmap, const Placement& placement, const Area& area) {

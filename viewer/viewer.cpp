@@ -370,8 +370,10 @@ void Viewer::take_results() {
 }
 
 int Viewer::patience() const {
+    // Drawing and working share the processors: frames that only let widgets settle give way to a
+    // result that may come at once.
     if (frames_left_ > 0)
-        return 0;
+        return chain_worker_.is_busy() || volume_worker_.is_busy() ? 50 : 0;
     if (!plays_)
         return -1;
     return std::max(0, static_cast<int>(1000.0 * (next_time_ - now())));
