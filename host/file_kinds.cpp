@@ -97,7 +97,7 @@ constexpr Sign signs[] = {
          return has_brand(h, {"avif", "avis"});
      }},
     {{"WebP", picture}, [](Head h) { return is_riff(h, "WEBP"); }},
-    {{"GIF", picture}, [](Head h) { return h.starts_with("GIF87a") || h.starts_with("GIF89a"); }},
+    {{"GIF", movie}, [](Head h) { return h.starts_with("GIF87a") || h.starts_with("GIF89a"); }},
     {{"JPEG XL", picture},
      [](Head h) {
          return h.starts_with("\xFF\x0A") || h.starts_with("\0\0\0\x0CJXL \r\n\x87\n"sv);

@@ -32,7 +32,7 @@ Contents contents_of(const std::string& path) {
         return Contents::picture; // its reader says what is wrong
     if (kind->name == "TQ")
         return host::open_movie(path)->count_frames() > 1 ? Contents::movie : Contents::picture;
-    if (kind->name == "GIF" || kind->family == host::Family::movie)
+    if (kind->family == host::Family::movie)
         return Contents::movie;
     return kind->family == host::Family::volume ? Contents::volume : Contents::picture;
 }

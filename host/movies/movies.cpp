@@ -59,8 +59,8 @@ std::unique_ptr<MovieReader> open_movie(const std::string& path, const OpenMovie
             return movie;
     }
     // Of what is no movie by its first bytes, only pictures that may move are tried.
-    const bool may_move = !kind || kind->family == Family::movie || kind_name == "GIF" ||
-                          kind_name == "PNG" || kind_name == "WebP" || kind_name == "AVIF";
+    const bool may_move = !kind || kind->family == Family::movie || kind_name == "PNG" ||
+                          kind_name == "WebP" || kind_name == "AVIF";
     if (!may_move)
         throw Error(name + ": is " +
                     (kind->family == Family::other ? "" : "a picture or volume: ") + kind_name +

@@ -108,7 +108,7 @@ Volume open_volume(const std::string& path, const OpenVolumeOptions& options) {
     const std::string kind = kind_of_file(path);
     if (kind == "DICOM")
         return open_dicom_volume({path}, path, options);
-    if (kind == "TIFF" || kind == "GIF")
+    if (kind == "TIFF")
         return open_pages(path, options);
     if (kind == "volume description")
         return open_description(path, options);

@@ -16,7 +16,7 @@
 
 namespace {
 
-using std::string_literals::operator""s;
+using namespace std::string_literals;
 
 // An AVI file that is open for reading.
 class Reading {
@@ -285,7 +285,7 @@ void write_movie(const std::string& path, int width, int height, int count,
     const std::string format = avi::format(width, height, 24);
     writer.set_rate(5, 1);
     ASSERT_EQ(writer.set_format(reinterpret_cast<const unsigned char*>(format.data()), 40), 0);
-    const auto bytes = static_cast<std::size_t>((width * 3 + 3) / 4 * 4 * height);
+    const std::size_t bytes = (std::size_t{3} * width + 3) / 4 * 4 * height;
     for (int k = 0; k < count; ++k)
         ASSERT_EQ(writer.write_frame(random_bytes(bytes, static_cast<unsigned>(k)).data(),
                                      static_cast<std::int64_t>(bytes), true),

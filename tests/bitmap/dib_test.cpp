@@ -267,7 +267,7 @@ TEST_F(Bitmaps, WithLongHeadersAndMasksAreWrittenAsTheyWere) {
         file.compression = compression;
         file.table = before_pixels;
         file.pixels = "abcdefgh";
-        file.pixels.resize(static_cast<std::size_t>((2 * depth + 31) / 32 * 4));
+        file.pixels.resize((std::size_t{2} * depth + 31) / 32 * 4);
         return file;
     };
     std::string table;
@@ -357,7 +357,7 @@ TEST_F(Bitmaps, HostileFilesAreRefused) {
                                    {INT32_MAX, -INT32_MAX, 8},
                                    {1, 1, 24, 0xF0000000u},
                                    {1, 1, 24, 0x80000000u}};
-    for (const std::int64_t offset : {0ll, 13ll, 14ll, 53ll, 0x7FFFFFFFll, 0xFFFFFFFFll}) {
+    for (const std::int64_t offset : {0LL, 13LL, 14LL, 53LL, 0x7FFFFFFFLL, 0xFFFFFFFFLL}) {
         BmpBytes file;
         file.pixels_at = offset;
         files.push_back(file);

@@ -43,8 +43,8 @@ float point(int i, int j, int channel) {
 float extreme(int i, int j, int channel) {
     constexpr std::array numbers = {-1.0f,   1e-42f, 70000.0f, -0.0f,    -1e9f,  0.1f, 3e12f,
                                     254.99f, 1e30f,  1e-30f,   -255.75f, 128.5f, 7.0f};
-    const auto k = static_cast<std::size_t>(i * i + 3 * j + i * j % 7 + 11 * channel);
-    return numbers[k % numbers.size()];
+    const int k = i * i + 3 * j + i * j % 7 + 11 * channel;
+    return numbers[static_cast<std::size_t>(k) % numbers.size()];
 }
 
 ImagePtr make_input(std::size_t kind, int rows, int cols, int type) {

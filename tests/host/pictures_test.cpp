@@ -175,7 +175,7 @@ TEST_F(Pictures, WhatIsNoPictureIsNamedAndRefused) {
         {"\0\0\0\x18"s + "ftypisom", "is a movie (MP4 or QuickTime); use vorlane movie"},
         {"RIFF1234WEBP", "WebP isn't read by this build; see vorlane --version"},
         {"RIFF1234AVI LIST", "is a movie (AVI); use vorlane movie"},
-        {"GIF89a", "GIF isn't read by this build; see vorlane --version"},
+        {"GIF89a", "is a movie (GIF); use vorlane movie"},
         {"\xFF\x0A more", "JPEG XL isn't read by this build; see vorlane --version"},
         {"<?xml version=\"1.0\"?>\n<svg>", "SVG isn't read by this build; see vorlane --version"},
         {"V1\ndirectory=x\n", "is a volume (volume description); use vorlane volume"},

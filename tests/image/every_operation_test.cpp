@@ -7,7 +7,6 @@
 
 namespace {
 
-using vorlane::Form;
 using vorlane::form_of;
 using vorlane::set_form;
 

@@ -25,7 +25,7 @@ TEST(ShortMemory, OperationsGiveNull) {
     for (const ImageOperation& operation : image_operations()) {
         SCOPED_TRACE(operation.name);
         for (const int type : {0, 1}) {
-            ImagePtr(operation.run(*make_subject(type))); // tables that are made once
+            const ImagePtr first(operation.run(*make_subject(type))); // tables are made once
             with_each_request_failing([&] { return make_subject(type); },
                                       [&](CImage& image) { delete operation.run(image); });
         }

@@ -14,8 +14,10 @@
 #endif
 
 // The header of this name in the folder of the system, VORLANE_SYSTEM_HEADER(gdi_system.h).
+// NOLINTBEGIN(bugprone-macro-parentheses): names of files take none
 #if defined(_WIN32)
 #define VORLANE_SYSTEM_HEADER(name) <vorlane/platform/windows/name>
 #else
 #define VORLANE_SYSTEM_HEADER(name) <vorlane/platform/posix/name>
 #endif
+// NOLINTEND(bugprone-macro-parentheses)
