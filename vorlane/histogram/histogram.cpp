@@ -100,6 +100,7 @@ CHistogram& CHistogram::operator=(const CHistogram& other) {
 void CHistogram::Smooth(int width) {
     if (width < 1 || nbins < 1 || !bins)
         return;
+    const DefaultArithmetic arithmetic;
     const std::int64_t n = nbins;
     const std::int64_t half = width / 2;
     const double denominator =

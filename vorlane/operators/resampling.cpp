@@ -6,6 +6,7 @@
 
 #include <vorlane/image/range.h>
 #include <vorlane/image/results.h>
+#include <vorlane/platform/arithmetic.h>
 
 namespace {
 
@@ -216,6 +217,7 @@ CImage* CImage::Extract(int first_row, int first_col, int rows, int cols) const 
 CImage* CImage::Reduce(int factor, int mode) const {
     if (factor < 1)
         return nullptr;
+    const DefaultArithmetic arithmetic; // of the range too, which comes last
     const int rows = nrows / factor;
     const int cols = ncols / factor;
     const Reduction reduction = factor == 2 && mode == 1 ? Reduction::filtered : Reduction::mean;
