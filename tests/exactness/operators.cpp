@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <memory>
 #include <string_view>
 #include <utility>
@@ -13,6 +14,7 @@
 #include <support/volumes.h>
 #include <vorlane/bitmap/dib.h>
 #include <vorlane/filters/recursive_gaussian.h>
+#include <vorlane/filters/ridges.h>
 #include <vorlane/histogram/histogram.h>
 #include <vorlane/image/colour.h>
 #include <vorlane/movie/video.h>
@@ -152,6 +154,19 @@ void add_images(std::vector<Operator>& all, Extent extent) {
             add_planes(image, record);
         }
     });
+    add("ridges under a mask", gray | colour, [](const CImage& in, Record& record) {
+        const int rows = in.nrows, cols = in.ncols;
+        const ImagePtr mask = make_gray(rows, cols, [](int i, int j) {
+            return (i / 9 + j / 9) % 4 == 0 || (i + j) % 5 == 0 ? -0.0f : 1e-3f;
+        });
+        CImage image(in);
+        image.pixels[rows / 3][cols / 2] = INFINITY;
+        image.ridges(0.7f, 4.0f, 4, 1, 1, mask.get());
+        add_planes(image, record);
+        for (int k = 0; k < 9 && rows > 4 && cols > 4; ++k)
+            record.add(bilinear_int(image.mag_plane, image.dir_plane, 2, 2,
+                                    static_cast<float>(k - 4) / 2.5f, static_cast<float>(k)));
+    });
     add("Sobel and suppression", gray | colour, [](const CImage& in, Record& record) {
         CImage image(in);
         image.edges_mag_dir(2.0f);
@@ -183,6 +198,20 @@ void add_images(std::vector<Operator>& all, Extent extent) {
             record.add(ImagePtr(in.Reduce(factor, 1)));
         }
     });
+    add("Reduce and Enlarge by each factor", gray | colour, [](const CImage& in, Record& record) {
+        CImage image(in);
+        image.edges_mag_dir(1.0f);
+        for (const int factor : {2, 3, 4, 5, 6, 7, 8}) {
+            const ImagePtr reduced(image.Reduce(factor, 0));
+            add_planes(*reduced, record);
+            record.add(ImagePtr(reduced->Enlarge(factor, 1)));
+        }
+        add_planes(*ImagePtr(image.Reduce(2, 1)), record);
+    });
+    add("DistanceFilter of each size", gray | colour, [](const CImage& in, Record& record) {
+        for (const int size : {2, 4, 5, 12})
+            record.add(ImagePtr(in.DistanceFilter(size)));
+    });
     add("arithmetic of two images", gray | colour, [](const CImage& in, Record& record) {
         const ImagePtr other = make_input(1, in.nrows, in.ncols, in.image_type);
         for (const auto operation :
@@ -203,6 +232,14 @@ void add_images(std::vector<Operator>& all, Extent extent) {
             histogram.Smooth(5);
             record.add(histogram.nbins);
             record.add(histogram.peak);
+            for (int k = 0; k < std::min(histogram.nbins, 2000); ++k)
+                record.add(std::int32_t{histogram.bins[k]});
+        }
+    });
+    add("histogram smoothed by each width", gray | colour, [](const CImage& in, Record& record) {
+        for (const int width : {1, 2, 3, 4, 9, 40, 300, 1001}) {
+            CHistogram histogram(&in, 0);
+            histogram.Smooth(width);
             for (int k = 0; k < std::min(histogram.nbins, 2000); ++k)
                 record.add(std::int32_t{histogram.bins[k]});
         }

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <support/pictures.h>
 #include <vorlane/filters/recursive_gaussian.h>
 #include <vorlane/image/plane.h>
 
@@ -14,9 +15,8 @@ using vorlane::Plane;
 using Maker = void (*)(float, float**);
 
 // u0 to u3, d1 to d4, K, m1 to m4.
-std::vector<float> coefficients_of(Maker maker, float sigma) {
-    const Plane coef(make_2D_float_array(5, 5));
-    maker(sigma, coef.get());
+std::vector<float> numbers_of(Maker maker, float sigma) {
+    const Plane coef = coefficients_of(maker, sigma);
     const float* const* c = coef.get();
     return {c[0][0], c[0][1], c[0][2], c[0][3], c[1][1], c[1][2], c[1][3],
             c[1][4], c[2][0], c[2][1], c[2][2], c[2][3], c[2][4]};
@@ -47,7 +47,7 @@ TEST(Coefficients, CheckValues) {
          {0.0022, -0.4434538, -0.007163858, -0.04033152, -1.357622, 0.8570979, -0.2969706,
           0.0476916, -9.58365, 0.440467, 0.00904948, 0.03967819, 0.0001049219}}};
     for (const Check& check : checks) {
-        const auto found = coefficients_of(check.maker, check.sigma);
+        const auto found = numbers_of(check.maker, check.sigma);
         for (std::size_t k = 0; k < found.size(); ++k) {
             const double expected = check.values[k];
             EXPECT_NEAR(found[k], expected,
@@ -57,28 +57,14 @@ TEST(Coefficients, CheckValues) {
     }
 }
 
-TEST(Coefficients, FirstNumeratorIsASumOfFloats) {
-    EXPECT_EQ(coefficients_of(ga, 3.0f)[0], 0.99969995f);
-    EXPECT_EQ(coefficients_of(fdga, 3.0f)[0], 0.0022000074f);
-}
-
-TEST(Coefficients, AntiCausalRowsFollowFromTheStoredOnes) {
-    for (const auto& [maker, sign] : {std::pair<Maker, double>{ga, 1.0}, {fdga, -1.0}}) {
-        const Plane coef(make_2D_float_array(5, 5));
-        constexpr float untouched = 77.0f;
-        for (int i = 0; i < 5; ++i)
-            for (int j = 0; j < 5; ++j)
-                coef.get()[i][j] = untouched;
-        maker(1.7f, coef.get());
-        const float* const* c = coef.get();
-        for (int k = 1; k <= 4; ++k) {
-            EXPECT_EQ(c[3][k], c[1][k]);
-            const double u = k < 4 ? c[0][k] : 0.0;
-            EXPECT_EQ(c[2][k], static_cast<float>(sign * (u - double{c[1][k]} * double{c[0][0]})));
-        }
-        for (const auto& [row, col] : {std::pair{0, 4}, {1, 0}, {3, 0}, {4, 0}, {4, 4}})
-            EXPECT_EQ(c[row][col], untouched);
-    }
+TEST(Coefficients, OtherEntriesStay) {
+    constexpr float untouched = 77.0f;
+    const Plane coef(5, 5);
+    for (int i = 0; i < 5; ++i)
+        std::fill_n(coef.get()[i], 5, untouched);
+    ga(1.7f, coef.get());
+    for (const auto& [row, col] : {std::pair{0, 4}, {1, 0}, {3, 0}, {4, 0}, {4, 4}})
+        EXPECT_EQ(coef.get()[row][col], untouched);
 }
 
 TEST(Coefficients, FourRowsSufficeAndNonsenseWritesNothing) {

@@ -13,12 +13,6 @@ namespace {
 
 using vorlane::Plane;
 
-Plane record_of(float sigma, void (*fill)(float, float**)) {
-    Plane coef(make_2D_float_array(5, 5));
-    fill(sigma, coef.get());
-    return coef;
-}
-
 // The recursion as it is documented, one line at a time; every fast path must give these bits.
 std::vector<float> filter_line(const std::vector<float>& x, const float* const* coef) {
     const double u0 = coef[0][0], u1 = coef[0][1], u2 = coef[0][2], u3 = coef[0][3];
@@ -87,8 +81,8 @@ void expect_plain_result(const CImage& image, const float* const* coef) {
 }
 
 TEST(RecursiveFilter, EqualsThePlainRecursionOnEveryWidth) {
-    const Plane gaussian = record_of(2.0f, ga);
-    const Plane derivative = record_of(0.8f, fdga);
+    const Plane gaussian = coefficients_of(ga, 2.0f);
+    const Plane derivative = coefficients_of(fdga, 0.8f);
     with_each_instruction_set([&] {
         for (int n = 1; n <= 70; ++n) {
             expect_plain_result(*make_random(n, 71 - n, 0, static_cast<unsigned>(n)),
@@ -114,8 +108,8 @@ TEST(RecursiveFilter, ExtremeSamplesStayInTheirLineAndKeepTheirBits) {
     }
     for (int j = 0; j < 90; ++j) // a bright pixel on black decays into subnormal numbers
         image->pixels[20][j] = j == 3 ? 1e-30f : 0.0f;
-    const Plane gaussian = record_of(1.0f, ga);
-    const Plane derivative = record_of(3.0f, fdga);
+    const Plane gaussian = coefficients_of(ga, 1.0f);
+    const Plane derivative = coefficients_of(fdga, 3.0f);
     with_each_instruction_set([&] {
         expect_plain_result(*image, gaussian.get());
         expect_plain_result(*image, derivative.get());
@@ -124,7 +118,7 @@ TEST(RecursiveFilter, ExtremeSamplesStayInTheirLineAndKeepTheirBits) {
 
 TEST(RecursiveFilter, TakesAnyRecord) {
     const auto image = make_random(19, 23, 0, 3);
-    Plane coef = record_of(1.5f, ga);
+    Plane coef = coefficients_of(ga, 1.5f);
     coef.get()[3][1] = 0.25f; // the anti-causal pass has feedback of its own
     coef.get()[0][2] = -0.0f;
     for (const float K : {-2.3f, 0.0f, std::numeric_limits<float>::infinity(), 1e-45f, 3.0f}) {
@@ -152,7 +146,7 @@ TEST(RecursiveFilter, DividesAsTheProcessorDoes) {
 
 TEST(RecursiveFilter, ColourCountsAsOneGrayLine) {
     const auto image = make_random(9, 12, 1, 4);
-    const Plane coef = record_of(1.0f, ga);
+    const Plane coef = coefficients_of(ga, 1.0f);
     for (const auto filter : {&CImage::apply_IIR4_filter_x, &CImage::apply_IIR4_filter_y}) {
         const ImagePtr result(((*image).*filter)(coef.get()));
         for (int i = 0; i < 9; ++i)
@@ -167,8 +161,8 @@ TEST(RecursiveFilter, ColourCountsAsOneGrayLine) {
 // So long and thin that the lanes of a whole block, or of one vector, would take many times the
 // memory of the image: other ways of filtering, the same bits.
 TEST(RecursiveFilter, ThinImages) {
-    const Plane gaussian = record_of(2.0f, ga);
-    const Plane derivative = record_of(0.8f, fdga);
+    const Plane gaussian = coefficients_of(ga, 2.0f);
+    const Plane derivative = coefficients_of(fdga, 0.8f);
     with_each_instruction_set([&] {
         for (const int thickness : {1, 3, 9, 17}) {
             const auto wide = make_random(thickness, 150000, 0, 5);
@@ -198,7 +192,7 @@ double kernel_branch(double t, double sigma) {
 // An oracle that knows nothing of the recursion: an impulse gives the kernel, wherever it stands.
 TEST(RecursiveFilter, ImpulseGivesTheKernel) {
     for (const float sigma : {1.0f, 2.5f}) {
-        const Plane coef = record_of(sigma, ga);
+        const Plane coef = coefficients_of(ga, sigma);
         const double K = coef.get()[2][0];
         for (const int p : {40, 57}) {
             const auto image = make_gray(1, 120, [p](int, int j) { return j == p ? 1.0f : 0.0f; });

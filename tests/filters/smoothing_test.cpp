@@ -13,8 +13,7 @@ using vorlane::Plane;
 
 ImagePtr filtered(const CImage& image, void (*maker)(float, float**), float sigma,
                   bool along_rows) {
-    const Plane coef(make_2D_float_array(5, 5));
-    maker(sigma, coef.get());
+    const Plane coef = coefficients_of(maker, sigma);
     return ImagePtr(along_rows ? image.apply_IIR4_filter_x(coef.get())
                                : image.apply_IIR4_filter_y(coef.get()));
 }

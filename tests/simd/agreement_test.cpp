@@ -95,8 +95,7 @@ std::vector<Pointer> pointers_to(std::vector<Row>& rows) {
 }
 
 Samples filtered_lines(Source& source, size_t rows, size_t n, size_t channels, float scale) {
-    const Plane coef(make_2D_float_array(5, 5));
-    fdga(1.3f, coef.get());
+    const Plane coef = coefficients_of(fdga, 1.3f);
     const LineFilter filter = make_line_filter(coef.get(), scale);
     std::vector<Row> in = source.rows(rows, n * channels);
     std::vector<Row> out(2 * rows, Row(n * channels));

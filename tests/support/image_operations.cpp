@@ -2,6 +2,7 @@
 
 #include <new>
 
+#include <support/pictures.h>
 #include <vorlane/filters/recursive_gaussian.h>
 #include <vorlane/filters/ridges.h>
 
@@ -17,11 +18,7 @@ Form as_colour(const Form& form) {
 }
 
 const float* const* gaussian_record() {
-    static const vorlane::Plane record = [] {
-        vorlane::Plane coef(5, 5);
-        ga(1.5f, coef.get());
-        return coef;
-    }();
+    static const vorlane::Plane record = coefficients_of(ga, 1.5f);
     return record.get();
 }
 

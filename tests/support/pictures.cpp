@@ -55,6 +55,12 @@ std::vector<float> samples_by(int rows, int cols, int channels,
     return samples;
 }
 
+vorlane::Plane coefficients_of(void (*fill)(float, float**), float sigma) {
+    vorlane::Plane coef(5, 5);
+    fill(sigma, coef.get());
+    return coef;
+}
+
 bool Facts::operator==(const Facts& other) const {
     return nrows == other.nrows && ncols == other.ncols && image_type == other.image_type &&
            pixel_format == other.pixel_format && file_format == other.file_format &&

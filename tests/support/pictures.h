@@ -10,6 +10,7 @@
 
 #include <gtest/gtest.h>
 
+#include <vorlane/image/plane.h>
 #include <vorlane/image/results.h>
 #include <vorlane/simd/instruction_set.h>
 
@@ -30,6 +31,9 @@ std::vector<float> samples_of(const CImage& image);
 // The samples value(i, j, channel) of rows x cols pixels.
 std::vector<float> samples_by(int rows, int cols, int channels,
                               const std::function<float(int, int, int)>& value);
+
+// The record that `fill`, ga or fdga, makes of sigma.
+vorlane::Plane coefficients_of(void (*fill)(float, float**), float sigma);
 
 // The five integers of an image, and the planes that it has besides its pixels: m, d and s.
 struct Facts : vorlane::Form {

@@ -39,58 +39,6 @@ void expect_near(const Eigenvalues& found, const Eigenvalues& exact) {
     ASSERT_LE(found.middle, found.high);
 }
 
-// The six second differences of voxel [k][i][j] as they are documented, in a matrix.
-void hessian_at(const CVolume& v, int k, int i, int j, float (&h)[3][3]) {
-    const auto S = [&](int dk, int di, int dj) {
-        return double{v.slices[k + dk].pixels[i + di][j + dj]};
-    };
-    const double c = S(0, 0, 0);
-    h[0][0] = static_cast<float>((S(0, -1, 0) - 2.0 * c + S(0, 1, 0)) * 0.25);
-    h[1][1] = static_cast<float>((S(0, 0, -1) - 2.0 * c + S(0, 0, 1)) * 0.25);
-    h[2][2] = static_cast<float>((S(-1, 0, 0) - 2.0 * c + S(1, 0, 0)) * 0.25);
-    h[0][1] = static_cast<float>((S(0, -1, -1) + S(0, 1, 1) - S(0, -1, 1) - S(0, 1, -1)) * 0.25);
-    h[0][2] = static_cast<float>((S(1, 1, 0) + S(-1, -1, 0) - S(1, -1, 0) - S(-1, 1, 0)) * 0.25);
-    h[1][2] = static_cast<float>((S(1, 0, 1) + S(-1, 0, -1) - S(-1, 0, 1) - S(1, 0, -1)) * 0.25);
-    h[1][0] = h[0][1];
-    h[2][0] = h[0][2];
-    h[2][1] = h[1][2];
-}
-
-bool is_shell(const CVolume& v, int k, int i, int j) {
-    return k == 0 || k == v.nslices - 1 || i == 0 || i == v.nrows - 1 || j == 0 || j == v.ncols - 1;
-}
-
-void expect_plain_result(const CVolume& volume, float sigma) {
-    const VolumePtr smooth(volume.smooth_volume(sigma));
-    for (int k = 0; k < volume.nslices; ++k) {
-        const CImage& slice = volume.slices[k];
-        for (int i = 0; i < volume.nrows; ++i) {
-            for (int j = 0; j < volume.ncols; ++j) {
-                SCOPED_TRACE(testing::Message() << k << " " << i << " " << j);
-                const Eigenvalues found = {slice.mag_plane[i][j], slice.dir_plane[i][j],
-                                           slice.scale_plane[i][j]};
-                float h[3][3] = {};
-                if (!is_shell(volume, k, i, j))
-                    hessian_at(*smooth, k, i, j, h);
-                expect_near(found, absolute_eigenvalues(h));
-            }
-        }
-    }
-}
-
-TEST(VolumeRidges, EqualThePlainVersion) {
-    const int sizes[][3] = {{3, 3, 3}, {4, 5, 4}, {5, 4, 9}, {6, 7, 10}, {7, 3, 18}, {4, 9, 35}};
-    with_each_instruction_set([&] {
-        for (const auto& size : sizes) {
-            const auto volume = make_random_volume(size[0], size[1], size[2], 8);
-            for (const float sigma : {0.5f, 2.0f}) {
-                volume->ridges(sigma, 3.0f, 1, 2, 3);
-                expect_plain_result(*volume, sigma);
-            }
-        }
-    });
-}
-
 struct Matrix {
     float h00, h11, h22, h01, h02, h12;
 };
