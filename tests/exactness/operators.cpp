@@ -212,13 +212,17 @@ void add_images(std::vector<Operator>& all, Extent extent) {
         for (const int size : {2, 4, 5, 12})
             record.add(ImagePtr(in.DistanceFilter(size)));
     });
-    add("arithmetic of two images", gray | colour, [](const CImage& in, Record& record) {
-        const ImagePtr other = make_input(1, in.nrows, in.ncols, in.image_type);
-        for (const auto operation :
-             {&CImage::Multseq, &CImage::Addseq, &CImage::Orseq, &CImage::Andseq, &CImage::Maxseq,
-              &CImage::Minseq, &CImage::Superpose})
-            record.add(ImagePtr((in.*operation)(other.get())));
-    });
+    for (const bool alike : {true, false}) {
+        add(alike ? "arithmetic of two images" : "arithmetic of gray and colour", gray | colour,
+            [alike](const CImage& in, Record& record) {
+                const ImagePtr other =
+                    make_input(1, in.nrows, in.ncols, alike ? in.image_type : 1 - in.image_type);
+                for (const auto operation :
+                     {&CImage::Multseq, &CImage::Addseq, &CImage::Orseq, &CImage::Andseq,
+                      &CImage::Maxseq, &CImage::Minseq, &CImage::Superpose})
+                    record.add(ImagePtr((in.*operation)(other.get())));
+            });
+    }
     add("Normalize to each range", gray | colour, [](const CImage& in, Record& record) {
         for (const auto& [low, high] : {std::pair(0.0f, 255.0f), {-3.0f, 0.7f}, {9.0f, 1.0f}}) {
             CImage image(in);
