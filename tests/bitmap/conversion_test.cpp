@@ -188,9 +188,7 @@ TEST_F(ImageOfBitmap, FilesGoThereAndBack) {
             ASSERT_EQ(image->WriteImage(path.c_str()), 1);
             CImage back;
             ASSERT_EQ(back.ReadImage(path.c_str()), 1);
-            EXPECT_EQ(back.image_type, image_type);
-            EXPECT_EQ(back.file_format, 3);
-            EXPECT_EQ(back.pixel_format, 4);
+            EXPECT_EQ(facts_of(back), (Facts{{7, width, image_type, 4, 3}, ""}));
             EXPECT_TRUE(same_bits(samples_of(back), samples_of(*image)));
         }
     }

@@ -370,11 +370,4 @@ TEST_F(Bitmaps, HostileFilesAreRefused) {
     }
 }
 
-TEST_F(Bitmaps, AreAClassOfTheLibrary) {
-    EXPECT_STREQ(CDib::classCDib.m_lpszClassName, "CDib");
-    const std::unique_ptr<CObject> made(CDib::CreateObject());
-    ASSERT_TRUE(made);
-    EXPECT_EQ(made->GetRuntimeClass(), &CDib::classCDib);
-}
-
 } // namespace

@@ -175,11 +175,4 @@ TEST(Histogram, AssignmentCopiesDeeplyAndKeepsAnOldFitsArray) {
     EXPECT_NE(copy.bins, nullptr);
 }
 
-TEST(Histogram, IsKnownByName) {
-    EXPECT_STREQ(CHistogram::classCHistogram.m_lpszClassName, "CHistogram");
-    const std::unique_ptr<CObject> made(CHistogram::CreateObject());
-    EXPECT_EQ(made->GetRuntimeClass(), &CHistogram::classCHistogram);
-    EXPECT_NE(dynamic_cast<CHistogram*>(made.get()), nullptr);
-}
-
 } // namespace

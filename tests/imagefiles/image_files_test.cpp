@@ -1,4 +1,3 @@
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -22,17 +21,6 @@ constexpr int unset = -77;
 
 class ImageFiles : public testing::Test {
 protected:
-    ~ImageFiles() override { SetHalvortTemplate(nullptr); }
-
-    // What a call gives, "thrown" where CFileException passes.
-    static std::string outcome(const std::function<int()>& call) {
-        try {
-            return std::to_string(call());
-        } catch (const CFileException&) {
-            return "thrown";
-        }
-    }
-
     std::string written(const CImage& image) {
         EXPECT_EQ(image.WriteImage(folder.path("out").c_str()), 1);
         return folder.read("out");
@@ -171,30 +159,7 @@ TEST_F(ImageFiles, ThatFailHalfWayAreNotTakenForShort) {
     EXPECT_TRUE(messages.take().empty());
 }
 
-TEST_F(ImageFiles, ThatCantBeMadeOrFilled) {
-    const struct {
-        int file_format;
-        const char* message;
-    } cases[] = {{1, "write_pgm_image: Can't create file"},
-                 {2, "write_ppm_image: Can't create file"},
-                 {3, nullptr}, // it throws
-                 {4, "write_tqf_image: Can't create file"},
-                 {7, "write_velk_image: Can't create file"},
-                 {8, "write_raw_image: Can't create file"},
-                 {9, "write_raw_image: Can't create file"}};
-    SetHalvortTemplate(folder.write("template", "short").c_str());
-    for (const std::string& path : {"/dev/full"s, folder.path("no/such"), folder.path()}) {
-        for (const auto& c : cases) {
-            SCOPED_TRACE(path + " " + std::to_string(c.file_format));
-            for (const int side : {2, 600}) { // small and large blocks
-                const CImage gray(side, side, 0, c.file_format, 4);
-                EXPECT_EQ(outcome([&] { return gray.WriteImage(path.c_str()); }),
-                          c.message ? "0" : "thrown");
-                EXPECT_EQ(messages.take_failures(), c.message ? Texts{c.message} : Texts{});
-            }
-        }
-    }
-    // The question of a colour image comes only when the file is there.
+TEST_F(ImageFiles, TheQuestionOfColourComesWhenTheFileIsThere) {
     const CImage colour(2, 2, 1, 1, 4);
     EXPECT_EQ(colour.WriteImage(folder.path("no/such").c_str()), 0);
     EXPECT_EQ(messages.take_failures(), Texts{"write_pgm_image: Can't create file"});

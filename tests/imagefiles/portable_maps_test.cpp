@@ -31,17 +31,11 @@ protected:
 
 TEST_F(PortableMaps, ReadsGrayAndColour) {
     const auto gray = read("P5 anything\n# one\n#two\n3 2 ignored\n#three\n65535\n#ab\x01\xff\x80");
-    EXPECT_EQ(gray->nrows, 2);
-    EXPECT_EQ(gray->ncols, 3);
-    EXPECT_EQ(gray->image_type, 0);
-    EXPECT_EQ(gray->file_format, 1);
-    EXPECT_EQ(gray->pixel_format, 4);
+    EXPECT_EQ(facts_of(*gray), (Facts{{2, 3, 0, 4, 1}, ""}));
     EXPECT_EQ(samples_of(*gray), (Samples{'#', 'a', 'b', 1, 255, 128}));
 
     const auto colour = read(std::string("P6\n1 2\n255\n\x01\x02\x03\x04\x05\x06", 17));
-    EXPECT_EQ(colour->image_type, 1);
-    EXPECT_EQ(colour->file_format, 2);
-    EXPECT_EQ(colour->nrows, 2);
+    EXPECT_EQ(facts_of(*colour), (Facts{{2, 1, 1, 4, 2}, ""}));
     EXPECT_EQ(samples_of(*colour), (Samples{1, 2, 3, 4, 5, 6}));
 }
 

@@ -43,11 +43,8 @@ TEST_F(ScannerFiles, AreSquaresAtTheEnd) {
         const auto value = [](std::size_t k) { return static_cast<int>(k * 31 % 4096); };
         const ImagePtr image = read(words(header, side * side, value));
         ASSERT_TRUE(image);
-        EXPECT_EQ(image->nrows, static_cast<int>(side));
-        EXPECT_EQ(image->ncols, static_cast<int>(side));
-        EXPECT_EQ(image->image_type, 0);
-        EXPECT_EQ(image->file_format, 6);
-        EXPECT_EQ(image->pixel_format, 7);
+        const int n = static_cast<int>(side);
+        EXPECT_EQ(facts_of(*image), (Facts{{n, n, 0, 7, 6}, ""}));
         for (std::size_t k = 0; k < side * side; ++k)
             ASSERT_EQ(image->pixels[k / side][k % side], static_cast<float>(value(k)));
     }

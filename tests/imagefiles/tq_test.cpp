@@ -65,11 +65,7 @@ TEST_F(TqFiles, RoundTripsOfAllEncodings) {
         SCOPED_TRACE(format);
         const ImagePtr back = read(written(*gray, format));
         ASSERT_TRUE(back);
-        EXPECT_EQ(back->nrows, rows);
-        EXPECT_EQ(back->ncols, cols);
-        EXPECT_EQ(back->image_type, 0);
-        EXPECT_EQ(back->pixel_format, format);
-        EXPECT_EQ(back->file_format, 4);
+        EXPECT_EQ(facts_of(*back), (Facts{{rows, cols, 0, format, 4}, ""}));
         const ImagePtr expected = make_gray(rows, cols, [&](int i, int j) -> float {
             const float value = wild(i, j);
             const int whole = static_cast<int>(value);

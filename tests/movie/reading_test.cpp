@@ -33,9 +33,6 @@ const Texts cant_open = {"OpenMovie: Can't open file"};
 } // namespace
 
 TEST(Video, IsEmptyFromTheStart) {
-    const std::unique_ptr<CObject> made(CVideo::CreateObject());
-    EXPECT_EQ(made->GetRuntimeClass(), &CVideo::classCVideo);
-    EXPECT_STREQ(CVideo::classCVideo.m_lpszClassName, "CVideo");
     CVideo movie;
     EXPECT_EQ(movie.file_format, 0);
     EXPECT_STREQ(movie.file_name, "");
