@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <string>
@@ -18,11 +19,6 @@ constexpr float nan = std::numeric_limits<float>::quiet_NaN();
 
 int byte_at(const CDib& bitmap, int row, int k) {
     return bitmap.bits[(bitmap.height - 1 - row) * bitmap.row_bytes + k];
-}
-
-ImagePtr row_of(const std::vector<float>& values) {
-    return make_gray(1, static_cast<int>(values.size()),
-                     [&](int, int j) { return values[static_cast<std::size_t>(j)]; });
 }
 
 // The bytes of a gray image of one row.

@@ -11,8 +11,6 @@
 
 namespace {
 
-using Samples = std::vector<float>;
-
 float direction_plainly(float dx, float dy) {
     double angle;
     if (dx != 0.0f)

@@ -1,5 +1,6 @@
 #include <cmath>
 #include <limits>
+#include <random>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -65,7 +66,7 @@ std::vector<float> column_of(const CImage& image, int col) {
     return line;
 }
 
-std::vector<float> row_of(const CImage& image, int row) {
+std::vector<float> line_of(const CImage& image, int row) {
     return {image.pixels[row], image.pixels[row] + image.ncols};
 }
 
@@ -73,7 +74,7 @@ void expect_plain_result(const CImage& image, const float* const* coef) {
     const ImagePtr along_rows(image.apply_IIR4_filter_x(coef));
     const ImagePtr along_columns(image.apply_IIR4_filter_y(coef));
     for (int i = 0; i < image.nrows; ++i)
-        ASSERT_TRUE(same_bits(row_of(*along_rows, i), filter_line(row_of(image, i), coef)))
+        ASSERT_TRUE(same_bits(line_of(*along_rows, i), filter_line(line_of(image, i), coef)))
             << "row " << i;
     for (int j = 0; j < image.ncols; ++j)
         ASSERT_TRUE(same_bits(column_of(*along_columns, j), filter_line(column_of(image, j), coef)))
@@ -155,7 +156,8 @@ TEST(RecursiveFilter, ColourCountsAsOneGrayLine) {
     }
     const ImagePtr along_rows(image->apply_IIR4_filter_x(coef.get()));
     for (int i = 0; i < 9; ++i)
-        EXPECT_TRUE(same_bits(row_of(*along_rows, i), filter_line(row_of(*image, i), coef.get())));
+        EXPECT_TRUE(
+            same_bits(line_of(*along_rows, i), filter_line(line_of(*image, i), coef.get())));
 }
 
 // So long and thin that the lanes of a whole block, or of one vector, would take many times the
@@ -171,8 +173,8 @@ TEST(RecursiveFilter, ThinImages) {
             const ImagePtr along_rows(wide->apply_IIR4_filter_x(gaussian.get()));
             const ImagePtr along_columns(tall->apply_IIR4_filter_y(derivative.get()));
             for (int k = 0; k < thickness; ++k) {
-                const auto line = row_of(*wide, k);
-                ASSERT_TRUE(same_bits(row_of(*along_rows, k), filter_line(line, gaussian.get())));
+                const auto line = line_of(*wide, k);
+                ASSERT_TRUE(same_bits(line_of(*along_rows, k), filter_line(line, gaussian.get())));
                 ASSERT_TRUE(
                     same_bits(column_of(*along_columns, k), filter_line(line, derivative.get())));
             }

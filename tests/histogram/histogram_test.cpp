@@ -16,11 +16,6 @@ namespace {
 
 constexpr float infinity = std::numeric_limits<float>::infinity();
 
-ImagePtr row_of(const std::vector<float>& samples) {
-    return make_gray(1, static_cast<int>(samples.size()),
-                     [&](int, int j) { return samples[static_cast<std::size_t>(j)]; });
-}
-
 std::vector<int> counts_of(const CHistogram& h) {
     return {h.bins, h.bins + h.nbins};
 }

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <host/pictures.h>
+#include <support/images.h>
 #include <support/scratch_folder.h>
 
 using namespace vorlane::host;
@@ -68,13 +69,7 @@ protected:
     Picture open(const std::string& bytes, const std::string& page = "") {
         return open_picture(folder.write("a.dcm", bytes) + page);
     }
-    static Line samples_of(const Picture& picture) {
-        Line samples;
-        for (int i = 0; i < picture.image->nrows; ++i)
-            samples.insert(samples.end(), picture.image->pixels[i],
-                           picture.image->pixels[i] + picture.image->ncols);
-        return samples;
-    }
+    static Line samples_of(const Picture& picture) { return ::samples_of(*picture.image); }
 };
 
 } // namespace

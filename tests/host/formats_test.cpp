@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include <host/pictures.h>
+#include <support/images.h>
 #include <support/scratch_folder.h>
 
 using namespace vorlane::host;
@@ -20,14 +21,6 @@ using vorlane::PixelFormat;
 namespace {
 
 using Line = std::vector<float>;
-
-Line samples_of(const CImage& image) {
-    Line samples;
-    for (int i = 0; i < image.nrows; ++i)
-        samples.insert(samples.end(), image.pixels[i],
-                       image.pixels[i] + (image.image_type == 1 ? 3 : 1) * image.ncols);
-    return samples;
-}
 
 bool has_format(const std::string& name) {
     const auto& all = picture_formats();

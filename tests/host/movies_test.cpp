@@ -2,11 +2,11 @@
 
 #include <cmath>
 #include <filesystem>
-#include <fstream>
 #include <random>
 
 #include <gtest/gtest.h>
 
+#include "support/images.h"
 #include "support/scratch_folder.h"
 
 namespace {
@@ -32,12 +32,10 @@ CImage frame_of(int n, int image_type, double unit = 1.0) {
 double distance(const CImage& a, const CImage& b) {
     if (a.nrows != b.nrows || a.ncols != b.ncols || a.image_type != b.image_type)
         return INFINITY;
-    const int samples = a.ncols * (a.image_type == ImageType::colour ? 3 : 1);
+    const Samples x = samples_of(a), y = samples_of(b);
     double largest = 0.0;
-    for (int i = 0; i < a.nrows; ++i) {
-        for (int k = 0; k < samples; ++k)
-            largest = std::max<double>(largest, std::abs(a.pixels[i][k] - b.pixels[i][k]));
-    }
+    for (std::size_t k = 0; k < x.size(); ++k)
+        largest = std::max<double>(largest, std::abs(x[k] - y[k]));
     return largest;
 }
 
@@ -153,9 +151,7 @@ TEST(MovieWriter, LeavesAWholeFileOrNone) {
 
 TEST(MovieWriter, BringsValuesIntoBytesByTheRule) {
     ScratchFolder folder;
-    CImage wide(1, 4, gray, FileFormat::none, PixelFormat::float32);
-    const float values[] = {-300.0f, 0.6f, 260.0f, 500.0f};
-    std::copy(std::begin(values), std::end(values), wide.pixels[0]);
+    const CImage wide = *row_of({-300.0f, 0.6f, 260.0f, 500.0f});
     host::RangeOfFrames range;
     range.add(wide);
     const auto bytes_by = [&](host::RangeRule rule) {
@@ -168,14 +164,12 @@ TEST(MovieWriter, BringsValuesIntoBytesByTheRule) {
         writer->add(wide);
         writer->finish();
         const auto movie = host::open_movie(path);
-        const CImage& image = *movie->next();
-        return std::vector<float>(image.pixels[0], image.pixels[0] + 4);
+        return samples_of(*movie->next());
     };
-    using Bytes = std::vector<float>;
-    EXPECT_EQ(bytes_by({host::RangeRule::clamp}), (Bytes{0, 1, 255, 255}));
-    EXPECT_EQ(bytes_by({host::RangeRule::wrap}), (Bytes{212, 0, 4, 244}));
-    EXPECT_EQ(bytes_by({host::RangeRule::fixed, 0.0, 520.0}), (Bytes{0, 0, 128, 245}));
-    EXPECT_EQ(bytes_by(range.resolve({host::RangeRule::stretch})), (Bytes{0, 96, 178, 255}));
+    EXPECT_EQ(bytes_by({host::RangeRule::clamp}), (Samples{0, 1, 255, 255}));
+    EXPECT_EQ(bytes_by({host::RangeRule::wrap}), (Samples{212, 0, 4, 244}));
+    EXPECT_EQ(bytes_by({host::RangeRule::fixed, 0.0, 520.0}), (Samples{0, 0, 128, 245}));
+    EXPECT_EQ(bytes_by(range.resolve({host::RangeRule::stretch})), (Samples{0, 96, 178, 255}));
     EXPECT_THROW(bytes_by({host::RangeRule::stretch}), host::UsageError);
 }
 
@@ -183,26 +177,18 @@ TEST(MovieWriter, PaintsAGifInTheNearestOfManyColours) {
     if (!can_write(".gif"))
         GTEST_SKIP();
     ScratchFolder folder;
-    CImage image(64, 64, colour, 0, 4);
-    for (int i = 0; i < 64; ++i) {
-        for (int j = 0; j < 64; ++j) {
-            image.pixels[i][3 * j] = static_cast<float>(4 * i);
-            image.pixels[i][3 * j + 1] = static_cast<float>(4 * j);
-            image.pixels[i][3 * j + 2] = 128;
-        }
-    }
+    const ImagePtr image = make_colour(64, 64, [](int i, int j, int k) {
+        return k == 0   ? 4.0f * static_cast<float>(i)
+               : k == 1 ? 4.0f * static_cast<float>(j)
+                        : 128.0f;
+    });
     MovieSettings settings = settings_of(colour, 5.0);
     settings.rows = settings.cols = 64;
     const std::string path = folder.path("a.gif");
     const auto writer = host::create_movie(path, settings);
-    writer->add(image);
+    writer->add(*image);
     writer->finish();
-    EXPECT_LT(distance(*host::open_movie(path)->next(), image), 20.0);
-}
-
-std::string bytes_of(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
+    EXPECT_LT(distance(*host::open_movie(path)->next(), *image), 20.0);
 }
 
 // Reads what it can, and ends with an Error or with the last frame.
@@ -228,15 +214,12 @@ TEST(MovieReader, StandsFilesThatAreCutShortOrDamaged) {
     for (const char* const ending : {".tq", ".avi", ".mkv", ".gif", ".mp4"}) {
         if (!can_write(ending))
             continue;
-        const std::string path = folder.path(std::string("whole") + ending);
-        write(path, settings_of(colour, 10.0), 6);
-        const std::string whole = bytes_of(path);
-        const std::string hurt = folder.path("hurt");
-        const auto put = [&](const std::string& bytes) {
-            std::ofstream(hurt, std::ios::binary) << bytes;
-        };
+        const std::string name = std::string("whole") + ending;
+        write(folder.path(name), settings_of(colour, 10.0), 6);
+        const std::string whole = folder.read(name);
         for (int n = 0; n < 12; ++n) {
-            put(whole.substr(0, whole.size() * static_cast<std::size_t>(n) / 12));
+            const std::size_t length = whole.size() * static_cast<std::size_t>(n) / 12;
+            const std::string hurt = folder.write("hurt", whole.substr(0, length));
             const int count = frames_of(hurt, false);
             EXPECT_EQ(count, -1) << ending << ' ' << n;
             frames_of(hurt, true);
@@ -246,7 +229,7 @@ TEST(MovieReader, StandsFilesThatAreCutShortOrDamaged) {
             for (int k = 0; k < 4; ++k)
                 bytes[random() % std::min<std::size_t>(bytes.size(), n < 10 ? 600 : bytes.size())] =
                     static_cast<char>(random());
-            put(bytes);
+            const std::string hurt = folder.write("hurt", bytes);
             frames_of(hurt, false);
             frames_of(hurt, true);
         }
@@ -256,9 +239,7 @@ TEST(MovieReader, StandsFilesThatAreCutShortOrDamaged) {
 TEST(MovieReader, RefusesWhatIsNoMovie) {
     ScratchFolder folder;
     const auto refuses = [&](const std::string& bytes) {
-        const std::string path = folder.path("a.mp4");
-        std::ofstream(path, std::ios::binary) << bytes;
-        EXPECT_THROW(host::open_movie(path), host::Error) << bytes;
+        EXPECT_THROW(host::open_movie(folder.write("a.mp4", bytes)), host::Error) << bytes;
     };
     refuses("");
     refuses("just some words\n");

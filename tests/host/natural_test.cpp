@@ -1,43 +1,32 @@
 #include "host/natural.h"
 
+#include <algorithm>
 #include <cmath>
+#include <functional>
 #include <random>
 
 #include <gtest/gtest.h>
 
 #include "host/error.h"
+#include "support/images.h"
 
 namespace {
 
 using namespace vorlane;
-using host::ImagePtr;
 
-template<class Level>
-CImage image_of(int rows, int cols, Level level) {
-    CImage image(rows, cols, ImageType::gray, FileFormat::none, PixelFormat::float32);
-    for (int i = 0; i < rows; ++i) {
-        for (int j = 0; j < cols; ++j)
-            image.pixels[i][j] = static_cast<float>(level(i, j));
-    }
-    return image;
+using Level = std::function<double(int, int)>;
+
+CImage image_of(int rows, int cols, const Level& level) {
+    return *make_gray(rows, cols, level);
 }
 
 // Three channels of different levels and slopes.
-template<class Level>
-CImage colour_image_of(int rows, int cols, Level level) {
-    CImage image(rows, cols, ImageType::colour, FileFormat::none, PixelFormat::float32);
-    for (int i = 0; i < rows; ++i) {
-        for (int j = 0; j < cols; ++j) {
-            for (int c = 0; c < 3; ++c)
-                image.pixels[i][3 * j + c] = static_cast<float>((c + 1) * level(i, j));
-        }
-    }
-    return image;
+CImage colour_image_of(int rows, int cols, const Level& level) {
+    return *make_colour(rows, cols, [&](int i, int j, int c) { return (c + 1) * level(i, j); });
 }
 
 // The largest |a - level(i, j, channel)|.
-template<class Level>
-double deviation(const CImage& a, Level level) {
+double deviation(const CImage& a, const std::function<double(int, int, int)>& level) {
     const int channels = a.image_type == ImageType::colour ? 3 : 1;
     double largest = 0.0;
     for (int i = 0; i < a.nrows; ++i) {
@@ -51,10 +40,7 @@ double deviation(const CImage& a, Level level) {
 }
 
 bool same(const CImage& a, const CImage& b) {
-    return a.nrows == b.nrows && a.ncols == b.ncols && a.image_type == b.image_type &&
-           deviation(a, [&](int i, int j, int c) {
-               return b.pixels[i][a.image_type == ImageType::colour ? 3 * j + c : j];
-           }) == 0.0;
+    return a.nrows == b.nrows && a.image_type == b.image_type && samples_of(a) == samples_of(b);
 }
 
 constexpr double sigmas[] = {0.05, 0.5, 1.0, 2.0, 5.0, 8.0, 8.1, 20.0, 64.0, 300.0};

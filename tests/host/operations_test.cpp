@@ -5,25 +5,24 @@
 #include <algorithm>
 #include <atomic>
 #include <cmath>
-#include <cstring>
 #include <functional>
 #include <set>
 #include <thread>
 
 #include "host/command_line.h"
 #include "host/operations.h"
+#include "support/images.h"
 
 namespace {
 
 using namespace vorlane::host;
 
-ImagePtr ramp(int rows, int cols, int image_type) {
-    auto image = std::make_unique<CImage>(rows, cols, image_type, 0, 4);
-    const int count = image_type == 1 ? 3 * cols : cols;
-    for (int i = 0; i < rows; ++i)
-        for (int j = 0; j < count; ++j)
-            image->pixels[i][j] = static_cast<float>((i * 31 + j * 17) % 256);
-    return image;
+ImagePtr noise(int rows, int cols, int image_type) {
+    return make_random(rows, cols, image_type, 1, true);
+}
+
+ImagePtr flat(int rows, int cols, float value) {
+    return make_gray(rows, cols, [=](int, int) { return value; });
 }
 
 std::string message_of(const std::function<void()>& work) {
@@ -80,17 +79,14 @@ TEST(Operations, RunOnPicturesInMemory) {
         for (const int type : {0, 1}) {
             if (type == 0 && std::string(operation->description.name) == "luv")
                 continue;
-            const ImagePtr original = ramp(23, 31, type);
-            const Result own = run_operation(*operation, ramp(23, 31, type), {arguments, "own"});
+            const ImagePtr original = noise(23, 31, type);
+            const Result own = run_operation(*operation, noise(23, 31, type), {arguments, "own"});
             ASSERT_TRUE(own.image) << operation->description.name;
             EXPECT_TRUE(own.image->pixels);
             Subject lent(*original);
             operation->run(lent, {arguments, "lent"});
-            const ImagePtr fresh = ramp(23, 31, type);
-            for (int i = 0; i < 23; ++i)
-                ASSERT_EQ(0, memcmp(original->pixels[i], fresh->pixels[i],
-                                    sizeof(float) * (type == 1 ? 93 : 31)))
-                    << operation->description.name << " changed what it was lent";
+            EXPECT_EQ(samples_of(*original), samples_of(*noise(23, 31, type)))
+                << operation->description.name << " changed what it was lent";
         }
     }
 }
@@ -120,19 +116,9 @@ Result run(const std::string& chain, ImagePtr image) {
     return Chain::parse(chain).run(std::move(image), "picture", nullptr);
 }
 
-ImagePtr flat(int rows, int cols, float value) {
-    auto image = std::make_unique<CImage>(rows, cols, 0, 0, 4);
-    for (int i = 0; i < rows; ++i)
-        std::fill_n(image->pixels[i], cols, value);
-    return image;
-}
-
 // A slope of 2 a column: 8 * 2 inside, half of that on the border, where one side is continued.
 TEST(Operations, SobelReachesTheBorder) {
-    ImagePtr image = flat(6, 9, 0.0f);
-    for (int i = 0; i < 6; ++i)
-        for (int j = 0; j < 9; ++j)
-            image->pixels[i][j] = 2.0f * static_cast<float>(j);
+    const ImagePtr image = make_gray(6, 9, [](int, int j) { return 2.0f * static_cast<float>(j); });
     const auto natural = run("filter sobel", std::make_unique<CImage>(*image)).image;
     const auto plain = run("filter sobel --plain", std::make_unique<CImage>(*image)).image;
     EXPECT_EQ(natural->pixels[3][4], 16.0f);
@@ -205,14 +191,8 @@ TEST(Operations, ValuesStayWhatTheyAre) {
     EXPECT_EQ(marked.image->pixels[2][4], 0.0f);
     EXPECT_EQ(marked.image->pixels[2][0], 77.0f);
     EXPECT_EQ(marked.image->pixels[3][14], 77.0f);
-    ImagePtr values = flat(1, 4, 0.0f);
-    for (int j = 0; j < 4; ++j)
-        values->pixels[0][j] = static_cast<float>(j - 1) * 50.0f;
-    const auto shown = run("convert --window 50 100", std::move(values)).image;
-    EXPECT_EQ(shown->pixels[0][0], 0.0f);
-    EXPECT_EQ(shown->pixels[0][1], 0.0f);
-    EXPECT_EQ(shown->pixels[0][2], 128.0f);
-    EXPECT_EQ(shown->pixels[0][3], 255.0f);
+    const auto shown = run("convert --window 50 100", row_of({-50, 0, 50, 100})).image;
+    EXPECT_EQ(samples_of(*shown), (Samples{0, 0, 128, 255}));
 }
 
 TEST(Chains, AreParsedMarkedAndTypedAgain) {
@@ -242,15 +222,13 @@ TEST(Chains, AreParsedMarkedAndTypedAgain) {
 
 TEST(Chains, RunOnSeveralThreadsAlike) {
     const Chain chain = Chain::parse("smooth --sigma 1.5 | edges --sigma 1 | math invert");
-    const auto expected = chain.run(ramp(40, 50, 0), "a", nullptr).image;
+    const auto expected = chain.run(noise(40, 50, 0), "a", nullptr).image;
     std::vector<std::thread> threads;
     std::atomic<int> differences = 0;
     for (int n = 0; n < 4; ++n) {
         threads.emplace_back([&] {
-            const auto image = chain.run(ramp(40, 50, 0), "a", nullptr).image;
-            for (int i = 0; i < 40; ++i)
-                differences +=
-                    memcmp(image->pixels[i], expected->pixels[i], 50 * sizeof(float)) != 0;
+            const auto image = chain.run(noise(40, 50, 0), "a", nullptr).image;
+            differences += samples_of(*image) != samples_of(*expected);
         });
     }
     for (std::thread& thread : threads)

@@ -16,6 +16,7 @@
 #include <gtest/gtest.h>
 
 #include <host/pictures.h>
+#include <support/images.h>
 #include <support/scratch_folder.h>
 
 using namespace vorlane::host;
@@ -26,27 +27,11 @@ using Line = std::vector<float>;
 namespace {
 
 ImagePtr gray(int rows, int cols, const Line& samples, int pixel_format = 4) {
-    auto image = std::make_unique<CImage>(rows, cols, 0, 0, pixel_format);
-    for (int i = 0; i < rows; ++i)
-        for (int j = 0; j < cols; ++j)
-            image->pixels[i][j] = samples[static_cast<std::size_t>(i) * cols + j];
-    return image;
+    return image_of(rows, cols, 0, samples, pixel_format);
 }
 
-ImagePtr colour(int rows, int cols, const Line& samples, int pixel_format = 4) {
-    auto image = std::make_unique<CImage>(rows, cols, 1, 0, pixel_format);
-    for (int i = 0; i < rows; ++i)
-        for (int j = 0; j < 3 * cols; ++j)
-            image->pixels[i][j] = samples[static_cast<std::size_t>(i) * 3 * cols + j];
-    return image;
-}
-
-Line samples_of(const CImage& image) {
-    Line samples;
-    for (int i = 0; i < image.nrows; ++i)
-        samples.insert(samples.end(), image.pixels[i],
-                       image.pixels[i] + (image.image_type == 1 ? 3 : 1) * image.ncols);
-    return samples;
+ImagePtr colour(int rows, int cols, const Line& samples) {
+    return image_of(rows, cols, 1, samples);
 }
 
 template<class Kind, class Work>

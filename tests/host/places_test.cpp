@@ -12,6 +12,7 @@
 #include <host/pictures.h>
 #include <host/volumes.h>
 #include <support/bad_places.h>
+#include <support/images.h>
 
 namespace {
 
@@ -32,14 +33,6 @@ std::set<std::string> names_in(const std::string& folder) {
     for (const auto& entry : fs::directory_iterator(folder))
         names.insert(entry.path().filename().string());
     return names;
-}
-
-CImage picture(int type) {
-    CImage image(60, 70, type, 4, 4);
-    for (int i = 0; i < 60; ++i)
-        for (int j = 0; j < (type == 1 ? 3 : 1) * 70; ++j)
-            image.pixels[i][j] = static_cast<float>((i * i * 7 + j * j * 13) % 251);
-    return image;
 }
 
 TEST(HostsAtBadPlaces, ReadersNameTheFile) {
@@ -63,9 +56,8 @@ void write_movie(const std::string& path) {
     settings.cols = 70;
     settings.frame_count = 4;
     const auto movie = create_movie(path, settings);
-    const CImage frame = picture(0);
-    for (int n = 0; n < 4; ++n)
-        movie->add(frame);
+    for (unsigned n = 0; n < 4; ++n)
+        movie->add(*make_random(60, 70, 0, n, true));
     movie->finish();
 }
 
@@ -84,10 +76,10 @@ TEST(HostsAtBadPlaces, WritersLeaveWhatWasThere) {
         const int type = format.name == "PPM" ? 1 : 0;
         const bool is_black_and_white = format.name == "PBM";
         writers.emplace_back(format.endings[0], [=](const std::string& path) {
-            CImage image = picture(type);
-            for (int i = 0; is_black_and_white && i < 60; ++i)
-                std::fill(image.pixels[i], image.pixels[i] + 70, 255.0f);
-            save_picture(image, path);
+            const auto white = [](int, int) { return 255.0f; };
+            save_picture(is_black_and_white ? *make_gray(60, 70, white)
+                                            : *make_random(60, 70, type, 1, true),
+                         path);
         });
     }
     for (const char* const ending : {".tq", ".avi"})

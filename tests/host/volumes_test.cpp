@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include "support/images.h"
 #include "support/scratch_folder.h"
 
 namespace {
@@ -27,12 +28,8 @@ host::VolumePtr volume_of(double unit, double lowest) {
 
 void expect_same(const CVolume& a, const CVolume& b) {
     ASSERT_EQ(a.nslices, b.nslices);
-    for (int k = 0; k < a.nslices; ++k) {
-        for (int i = 0; i < a.nrows; ++i) {
-            for (int j = 0; j < a.ncols; ++j)
-                EXPECT_EQ(a.slices[k].pixels[i][j], b.slices[k].pixels[i][j]);
-        }
-    }
+    for (int k = 0; k < a.nslices; ++k)
+        EXPECT_EQ(samples_of(a.slices[k]), samples_of(b.slices[k]));
 }
 
 void write(const std::string& path, const std::string& text) {

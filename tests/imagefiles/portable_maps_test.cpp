@@ -1,4 +1,5 @@
 #include <climits>
+#include <cmath>
 #include <cstdio>
 #include <string>
 #include <vector>
@@ -12,8 +13,6 @@
 #include <vorlane/platform/system_files.h>
 
 namespace {
-
-using Samples = std::vector<float>;
 
 class PortableMaps : public testing::Test {
 protected:

@@ -12,18 +12,15 @@
 #include <host/pictures.h>
 #include <host/volumes.h>
 #include <support/failing_memory.h>
+#include <support/images.h>
 #include <support/scratch_folder.h>
 
 namespace {
 
 namespace host = vorlane::host;
-using Samples = std::vector<float>;
-
 void append_samples(const CImage& image, Samples& samples) {
-    const int channels = image.image_type == 1 ? 3 : 1;
-    for (int i = 0; i < image.nrows; ++i)
-        samples.insert(samples.end(), image.pixels[i],
-                       image.pixels[i] + std::ptrdiff_t{channels} * image.ncols);
+    const Samples more = samples_of(image);
+    samples.insert(samples.end(), more.begin(), more.end());
 }
 
 // The samples that `read` gives are all there each time that it doesn't throw.

@@ -1,5 +1,7 @@
 // Operations on images where memory runs short at any of their requests.
 
+#include <cmath>
+
 #include <gtest/gtest.h>
 
 #include <support/failing_memory.h>

@@ -31,8 +31,6 @@ namespace {
 
 using namespace vorlane;
 using std::size_t;
-using Samples = std::vector<float>;
-
 constexpr float not_a_number = std::numeric_limits<float>::quiet_NaN();
 constexpr float infinity = std::numeric_limits<float>::infinity();
 constexpr float extremes[] = {0.0f,          -0.0f,    infinity, -infinity, not_a_number,

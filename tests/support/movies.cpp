@@ -1,15 +1,6 @@
 #include <support/movies.h>
 
-#include <algorithm>
-
 #include <support/avi_files.h>
-
-ImagePtr row_of(std::initializer_list<float> samples, int image_type) {
-    const int count = static_cast<int>(samples.size());
-    auto image = std::make_unique<CImage>(1, image_type == 0 ? count : count / 3, image_type, 4, 6);
-    std::copy(samples.begin(), samples.end(), image->pixels[0]);
-    return image;
-}
 
 std::vector<ImagePtr> make_frames(int count, int rows, int cols, int image_type) {
     std::vector<ImagePtr> frames;

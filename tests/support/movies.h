@@ -10,10 +10,6 @@
 #include <vorlane/movie/video.h>
 
 using MoviePtr = std::unique_ptr<CVideo>;
-using Samples = std::vector<float>;
-
-// An image of one row, gray or colour.
-ImagePtr row_of(std::initializer_list<float> samples, int image_type = 0);
 
 // `count` random images of whole numbers.
 std::vector<ImagePtr> make_frames(int count, int rows, int cols, int image_type);
