@@ -111,7 +111,7 @@ std::string cases_of_options() {
         std::string choices;
         for_each_option(command, [&](const Option& option) {
             std::string name = heading_of(option, false, command.description);
-            name = name.substr(0, name.find(' '));
+            name.resize(std::min(name.size(), name.find(' ')));
             names += (names.empty() ? "" : " ") + name;
             if (option.kind == Kind::choice)
                 choices += "        " + name + ") values='" + listed(option.choices) + "' ;;\n";

@@ -73,7 +73,7 @@ void OperatorsPanel::add(const host::Operation& operation) {
             const std::vector<std::string> initial = split(option.initial, ' ');
             if (is_number(option)) {
                 for (int k = 0; k < std::max(1, option.least); ++k) {
-                    const std::string& text =
+                    const std::string text =
                         initial.empty() ? std::string()
                                         : initial[std::min<std::size_t>(k, initial.size() - 1)];
                     const double fallback = std::isfinite(option.low) ? option.low + 1.0 : 0.0;

@@ -582,15 +582,21 @@ void write_tiff(const WriteRequest& request) {
     if (packs)
         TIFFSetField(file, TIFFTAG_PREDICTOR, PREDICTOR_HORIZONTAL);
     TIFFSetField(file, TIFFTAG_ROWSPERSTRIP, TIFFDefaultStripSize(file, 0));
-    std::vector<float> row(samples.row_samples()); // room for any of the three
+    std::vector<float> floats(is_float ? samples.row_samples() : 0);
+    std::vector<std::uint16_t> words(bits == 16 ? samples.row_samples() : 0);
+    std::vector<std::uint8_t> single(bits == 8 ? samples.row_samples() : 0);
     for (int i = 0; i < samples.rows(); ++i) {
-        if (is_float)
-            samples.floats(i, row.data());
-        else if (bits == 16)
-            samples.words(i, reinterpret_cast<std::uint16_t*>(row.data()));
-        else
-            samples.bytes(i, reinterpret_cast<std::uint8_t*>(row.data()));
-        if (TIFFWriteScanline(file, row.data(), static_cast<std::uint32_t>(i), 0) != 1)
+        void* row = floats.data();
+        if (is_float) {
+            samples.floats(i, floats.data());
+        } else if (bits == 16) {
+            samples.words(i, words.data());
+            row = words.data();
+        } else {
+            samples.bytes(i, single.data());
+            row = single.data();
+        }
+        if (TIFFWriteScanline(file, row, static_cast<std::uint32_t>(i), 0) != 1)
             fail();
     }
     if (TIFFFlush(file) != 1)

@@ -137,7 +137,7 @@ RidgeMap find_plain_ridges(const CImage& gray, const RidgeScales& scales, const 
         throw Error(take_message("can't find ridges in this picture"));
     if (call.progress)
         call.progress(scales.count, scales.count);
-    RidgeMap map;
+    RidgeMap map{};
     map.strength = image_of_plane(image, image.mag_plane);
     map.direction = image_of_plane(image, image.dir_plane);
     map.scale = image_of_plane(image, image.scale_plane);
