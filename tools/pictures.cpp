@@ -180,10 +180,10 @@ int run_operation_command(const Operation& operation, Arguments arguments, const
     bool takes_to = false;
     for (const Option& option : operation.description.options)
         takes_to = takes_to || std::string(option.name) == "to";
-    BatchOptions options = options_of(common);
+    const BatchOptions options = options_of(common);
     Chain chain = Chain::of(operation, std::move(arguments));
     const auto items = items_of(chain, common, std::move(pictures), takes_to ? "into" : "to");
-    return run_pictures(std::move(chain), std::move(options), common, items);
+    return run_pictures(std::move(chain), options, common, items);
 }
 
 int run_chain_command(const std::string& typed, const std::string& keep_steps,
@@ -192,5 +192,5 @@ int run_chain_command(const std::string& typed, const std::string& keep_steps,
     BatchOptions options = options_of(common);
     options.keep_steps = keep_steps;
     const auto items = items_of(chain, common, places, "to");
-    return run_pictures(std::move(chain), std::move(options), common, items);
+    return run_pictures(std::move(chain), options, common, items);
 }

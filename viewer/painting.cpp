@@ -110,8 +110,8 @@ std::unique_ptr<CDib> make_bitmap(const CImage& image, const Window& window,
 
 Placement::Box Placement::box(int rows, int cols, int pane_width, int pane_height) const {
     const auto whole = [](double size) { return std::max(1, static_cast<int>(std::lround(size))); };
-    return {static_cast<int>(std::lround(pane_width / 2 - col * zoom)),
-            static_cast<int>(std::lround(pane_height / 2 - row * zoom * stretch)),
+    return {static_cast<int>(std::lround(middle(pane_width) - col * zoom)),
+            static_cast<int>(std::lround(middle(pane_height) - row * zoom * stretch)),
             whole(cols * zoom), whole(rows * zoom * stretch)};
 }
 
@@ -119,8 +119,8 @@ void Placement::zoom_by(double factor, double x, double y, int pane_width, int p
     const double fixed_row = row_at(y, pane_height);
     const double fixed_col = col_at(x, pane_width);
     zoom = std::clamp(zoom * factor, 1.0 / 256.0, 256.0);
-    row = fixed_row - (y - pane_height / 2) / (zoom * stretch);
-    col = fixed_col - (x - pane_width / 2) / zoom;
+    row = fixed_row - (y - middle(pane_height)) / (zoom * stretch);
+    col = fixed_col - (x - middle(pane_width)) / zoom;
 }
 
 Placement fitted(int rows, int cols, double stretch, int pane_width, int pane_height,

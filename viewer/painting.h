@@ -39,11 +39,14 @@ struct Placement {
     };
     Box box(int rows, int cols, int pane_width, int pane_height) const;
 
+    // The pixel in the middle of a pane, on which row and col stand.
+    static int middle(int pane_size) { return pane_size / 2; }
+
     // The picture's point below a point of the pane.
     double row_at(double y, int pane_height) const {
-        return row + (y - pane_height / 2) / (zoom * stretch);
+        return row + (y - middle(pane_height)) / (zoom * stretch);
     }
-    double col_at(double x, int pane_width) const { return col + (x - pane_width / 2) / zoom; }
+    double col_at(double x, int pane_width) const { return col + (x - middle(pane_width)) / zoom; }
 
     // Scales about a point of the pane, which stays where it is.
     void zoom_by(double factor, double x, double y, int pane_width, int pane_height);

@@ -155,7 +155,8 @@ void Viewer::set_window(const Window& window) {
 
 void Viewer::zoom_at_middle(double factor) {
     for (const Pane& pane : panes_) {
-        pane.placement->zoom_by(factor, pane.area.width / 2, pane.area.height / 2, pane.area.width,
+        pane.placement->zoom_by(factor, Placement::middle(pane.area.width),
+                                Placement::middle(pane.area.height), pane.area.width,
                                 pane.area.height);
         if (!tab()->document.volume())
             break; // the other one shares the placement
@@ -365,9 +366,9 @@ void Viewer::draw_profile_line(const Pane& pane, float x, float y) {
     const Placement& placement = *pane.placement;
     const auto at = [&](double row, double col) {
         return ImVec2{
-            x + static_cast<float>(pane.area.x + pane.area.width / 2 +
+            x + static_cast<float>(pane.area.x + Placement::middle(pane.area.width) +
                                    (col - placement.col) * placement.zoom),
-            y + static_cast<float>(pane.area.y + pane.area.height / 2 +
+            y + static_cast<float>(pane.area.y + Placement::middle(pane.area.height) +
                                    (row - placement.row) * placement.zoom * placement.stretch)};
     };
     ImDrawList& list = *ImGui::GetWindowDrawList();
@@ -387,9 +388,9 @@ void Viewer::draw_overlays(float x, float y) {
         const int row = pane.cut == Document::Cut::slice ? shown.row : shown.slice;
         const int col = pane.cut == Document::Cut::column ? shown.row : shown.col;
         const Placement& placement = *pane.placement;
-        const float px = x + static_cast<float>(pane.area.x + pane.area.width / 2 +
+        const float px = x + static_cast<float>(pane.area.x + Placement::middle(pane.area.width) +
                                                 (col + 0.5 - placement.col) * placement.zoom);
-        const float py = y + static_cast<float>(pane.area.y + pane.area.height / 2 +
+        const float py = y + static_cast<float>(pane.area.y + Placement::middle(pane.area.height) +
                                                 (row + 0.5 - placement.row) * placement.zoom *
                                                     placement.stretch);
         const ImVec2 from{x + static_cast<float>(pane.area.x), y + static_cast<float>(pane.area.y)};

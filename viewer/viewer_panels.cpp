@@ -82,7 +82,8 @@ void Viewer::draw_menu() {
         ImGui::EndMenu();
     }
     // What is below the cursor.
-    if (tab() && cursor_pane_ >= 0 && cursor_pane_ < static_cast<int>(panes_.size())) {
+    if (const Tab* const current = tab();
+        current && cursor_pane_ >= 0 && cursor_pane_ < static_cast<int>(panes_.size())) {
         const Pane& pane = panes_[static_cast<std::size_t>(cursor_pane_)];
         const int row = static_cast<int>(std::floor(cursor_row_));
         const int col = static_cast<int>(std::floor(cursor_col_));
@@ -91,12 +92,12 @@ void Viewer::draw_menu() {
             text = sample_text(*pane.shown->image, row, col);
         if (!text.empty()) {
             text = "row " + std::to_string(row) + ", column " + std::to_string(col) + ": " + text;
-            const Shown& other = pane.shown == &tab()->input ? tab()->result : tab()->input;
-            if (!pane.is_cut && !tab()->document.volume() && other.image) {
+            const Shown& other = pane.shown == &current->input ? current->result : current->input;
+            if (!pane.is_cut && !current->document.volume() && other.image) {
                 const std::string there = sample_text(*other.image, row, col);
                 if (!there.empty())
                     text +=
-                        std::string(pane.shown == &tab()->input ? "   result: " : "   input: ") +
+                        std::string(pane.shown == &current->input ? "   result: " : "   input: ") +
                         there;
             }
             ImGui::SameLine(0.0f, 40.0f);
