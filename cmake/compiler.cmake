@@ -40,6 +40,12 @@ if(VORLANE_SANITIZE_THREADS)
   add_link_options(-fsanitize=thread)
 endif()
 
+# The name of the folders platform/windows and platform/posix, which hold what isn't the same on every system.
+set(VORLANE_SYSTEM posix)
+if(WIN32)
+  set(VORLANE_SYSTEM windows)
+endif()
+
 # Kernel files are compiled once for each instruction set, with these options. vorlane/simd/instruction_set.h
 # lists the same sets.
 set(VORLANE_INSTRUCTION_SETS plain)

@@ -10,8 +10,9 @@
 #include <set>
 #include <thread>
 
-#include <glob.h>
-#include <sys/stat.h>
+#include <vorlane/platform/system_paths.h>
+
+#include "host/platform/files.h"
 
 namespace vorlane::host {
 
@@ -19,14 +20,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
-using FileId = std::pair<dev_t, ino_t>;
-
-bool id_of(const std::string& path, FileId& id) {
-    struct stat status;
-    if (path == "-" || stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode))
-        return false;
-    id = {status.st_dev, status.st_ino};
-    return true;
+// Of a path that isn't standard input or output.
+bool has_id(const std::string& path, FileId& id) {
+    return path != "-" && id_of(path, id);
 }
 
 // "scans/a.tif:3" is a-3.
@@ -34,7 +30,7 @@ std::string stem_of(const std::string& in) {
     if (in == "-")
         return "standard-input";
     const auto [path, page] = split_page(in);
-    return fs::path(path).stem().string() + (page > 0 ? "-" + std::to_string(page) : "");
+    return utf8_of(path_of(path).stem()) + (page > 0 ? "-" + std::to_string(page) : "");
 }
 
 bool is_pattern(const std::string& to) {
@@ -60,19 +56,20 @@ std::string with_name(const std::string& pattern, const std::string& name) {
 }
 
 void make_folder_of(const std::string& path) {
-    const fs::path folder = fs::path(path).parent_path();
+    const fs::path folder = path_of(path).parent_path();
     std::error_code error;
     if (!folder.empty())
         fs::create_directories(folder, error);
     if (error)
-        throw Error(folder.string() + ": can't be made: " + error.message());
+        throw Error(utf8_of(folder) + ": can't be made: " + error.message());
 }
 
 std::vector<std::string> pictures_in(const std::string& folder) {
     std::vector<std::string> found;
     std::error_code error;
-    for (fs::directory_iterator at(folder, error), end; !error && at != end; at.increment(error)) {
-        const std::string path = at->path().string();
+    for (fs::directory_iterator at(path_of(folder), error), end; !error && at != end;
+         at.increment(error)) {
+        const std::string path = utf8_of(at->path());
         std::error_code ignored;
         const bool is_named_so = is_picture_path(path) || at->path().extension() == ".dcm";
         if (is_named_so && at->is_regular_file(ignored))
@@ -88,16 +85,16 @@ std::vector<std::string> pictures_in(const std::string& folder) {
 
 bool is_done(const BatchItem& item) {
     std::error_code error;
-    const auto made = fs::last_write_time(item.out, error);
+    const auto made = fs::last_write_time(path_of(item.out), error);
     if (error)
         return false;
-    const auto changed = fs::last_write_time(split_page(item.in).first, error);
+    const auto changed = fs::last_write_time(path_of(split_page(item.in).first), error);
     return !error && made > changed;
 }
 
 bool is_disk_full(const std::string& path) {
     std::error_code error;
-    const fs::path folder = fs::path(path).parent_path();
+    const fs::path folder = path_of(path).parent_path();
     const auto space = fs::space(folder.empty() ? "." : folder, error);
     constexpr std::uintmax_t next_to_nothing = 1 << 16;
     return !error && space.available < next_to_nothing;
@@ -105,7 +102,7 @@ bool is_disk_full(const std::string& path) {
 
 void save_text(const std::string& text, const std::string& path) {
     PendingFile file(path);
-    std::ofstream stream(file.path(), std::ios::binary);
+    std::ofstream stream(path_of(file.path()), std::ios::binary);
     stream << text;
     stream.close();
     if (!stream)
@@ -128,9 +125,9 @@ std::string further_path(const Further& further, const Chain& chain, const std::
         return further.path;
     if (is_pattern(further.path))
         return with_name(further.path, stem);
-    const fs::path path(further.path);
+    const fs::path path = path_of(further.path);
     return is_folder_option(chain, further.option)
-               ? (path.parent_path() / stem / path.filename()).string()
+               ? utf8_of(path.parent_path() / path_of(stem) / path.filename())
                : further.path;
 }
 
@@ -143,12 +140,12 @@ class Writer {
 public:
     Writer(const BatchItem& item, const BatchOptions& options, Outcome& outcome)
         : options_(options), outcome_(outcome) {
-        has_id_ = id_of(split_page(item.in).first, id_);
+        has_id_ = has_id(split_page(item.in).first, id_);
     }
 
     void save(const CImage& image, const std::string& path, const SaveOptions& save_options) {
         FileId id;
-        if (!options_.force && has_id_ && id_of(path, id) && id == id_)
+        if (!options_.force && has_id_ && has_id(path, id) && id == id_)
             throw UsageError(path + ": is an input and isn't overwritten; --force does it");
         save_picture(image, path, save_options,
                      [this](const std::string& note) { outcome_.notes.push_back(note); });
@@ -163,9 +160,9 @@ private:
 
 std::string ending_of_steps(const BatchItem& item, const BatchOptions& options,
                             const CImage& image) {
-    const fs::path named(item.out);
+    const fs::path named = path_of(item.out);
     std::string ending = !options.save.as.empty()                     ? "." + options.save.as
-                         : !item.out.empty() && named.has_extension() ? named.extension().string()
+                         : !item.out.empty() && named.has_extension() ? utf8_of(named.extension())
                                                                       : ".tq";
     if (ending == ".pgm" && image.image_type == ImageType::colour)
         ending = ".ppm";
@@ -178,16 +175,14 @@ std::vector<std::string> expand_inputs(const std::vector<std::string>& paths) {
     std::vector<std::string> all;
     for (const std::string& path : paths) {
         std::error_code error;
-        if (path != "-" && fs::is_directory(path, error)) {
+        if (path != "-" && fs::is_directory(path_of(path), error)) {
             const std::vector<std::string> found = pictures_in(path);
             all.insert(all.end(), found.begin(), found.end());
-        } else if (path.find_first_of("*?[") != std::string::npos && !fs::exists(path, error)) {
-            glob_t found{};
-            const int failure = glob(path.c_str(), 0, nullptr, &found);
-            for (std::size_t k = 0; failure == 0 && k < found.gl_pathc; ++k)
-                all.emplace_back(found.gl_pathv[k]);
-            globfree(&found);
-            if (failure != 0)
+        } else if (path.find_first_of("*?[") != std::string::npos &&
+                   !fs::exists(path_of(path), error)) {
+            const std::vector<std::string> found = paths_like(path);
+            all.insert(all.end(), found.begin(), found.end());
+            if (found.empty())
                 throw Error(path + ": no file has such a name");
         } else {
             all.push_back(path);
@@ -200,8 +195,8 @@ std::string output_path(const std::string& in, const std::string& to, const std:
     if (is_pattern(to))
         return with_name(to, stem_of(in));
     const std::string path = split_page(in).first;
-    const std::string ending = as.empty() ? fs::path(path).extension().string() : "." + as;
-    return (fs::path(to) / (stem_of(in) + ending)).string();
+    const std::string ending = as.empty() ? utf8_of(path_of(path).extension()) : "." + as;
+    return utf8_of(path_of(to) / path_of(stem_of(in) + ending));
 }
 
 void check_batch(const std::vector<BatchItem>& items, const Chain& chain,
@@ -209,32 +204,31 @@ void check_batch(const std::vector<BatchItem>& items, const Chain& chain,
     std::set<FileId> inputs;
     FileId id;
     for (const BatchItem& item : items) {
-        if (id_of(split_page(item.in).first, id))
+        if (has_id(split_page(item.in).first, id))
             inputs.insert(id);
     }
     const auto check_output = [&](const std::string& path) {
-        if (!options.force && id_of(path, id) && inputs.count(id) != 0)
+        if (!options.force && has_id(path, id) && inputs.count(id) != 0)
             throw UsageError(path + ": is an input and isn't overwritten; --force does it");
     };
     for (const Step& step : chain.steps()) {
         for (const Option& option : step.arguments.description().places) {
             if (option.kind == Kind::picture && step.arguments.is_given(option.name) &&
-                id_of(split_page(step.arguments.text(option.name)).first, id))
+                has_id(split_page(step.arguments.text(option.name)).first, id))
                 inputs.insert(id);
         }
         for (const Option& option : step.arguments.description().options) {
             if (!step.arguments.is_given(option.name))
                 continue;
             const std::string& value = step.arguments.text(option.name);
-            if (option.kind == Kind::picture && id_of(split_page(value).first, id))
+            if (option.kind == Kind::picture && has_id(split_page(value).first, id))
                 inputs.insert(id);
             if (option.kind == Kind::output && items.size() > 1 && !is_pattern(value))
-                throw UsageError(
-                    std::string("--") + option.name +
-                    " needs %n in the name for several pictures, as in '" +
-                    (fs::path(value).parent_path() / ("%n-" + fs::path(value).filename().string()))
-                        .string() +
-                    "'");
+                throw UsageError(std::string("--") + option.name +
+                                 " needs %n in the name for several pictures, as in '" +
+                                 utf8_of(path_of(value).parent_path() /
+                                         path_of("%n-" + utf8_of(path_of(value).filename()))) +
+                                 "'");
             if (option.kind == Kind::output)
                 check_output(value);
         }
@@ -247,7 +241,7 @@ void check_batch(const std::vector<BatchItem>& items, const Chain& chain,
             throw UsageError(item.out + ": the ending names no format that can be written; " +
                              (items.size() > 1 ? "--as names one" : "see vorlane --version"));
         check_output(item.out);
-        const std::string path = fs::path(item.out).lexically_normal().string();
+        const std::string path = utf8_of(path_of(item.out).lexically_normal());
         const auto [other, is_new] = outputs.emplace(path, &item);
         if (!is_new)
             throw UsageError(item.in + " and " + other->second->in + " would both be written to " +
@@ -302,7 +296,7 @@ Outcome process(const BatchItem& item, const Chain& chain, const BatchOptions& o
             save.source_bits = source_bits;
             if (save.depth == Depth::automatic && result.depth)
                 save.depth = *result.depth;
-            if (is_one_of_many)
+            if (is_one_of_many || options.makes_folders)
                 make_folder_of(item.out);
             writer.save(*result.image, item.out, save);
         }

@@ -18,9 +18,10 @@ struct BatchItem {
 struct BatchOptions {
     OpenOptions open;
     SaveOptions save;
-    bool force = false;     // an input may be overwritten
-    std::string keep_steps; // a folder for what each step has made; empty: none
-    bool resume = false;    // leave out what is there and newer than its input
+    bool force = false;         // an input may be overwritten
+    bool makes_folders = false; // those of the items' outputs; in a batch of several always
+    std::string keep_steps;     // a folder for what each step has made; empty: none
+    bool resume = false;        // leave out what is there and newer than its input
     int jobs = 1;
 };
 

@@ -13,6 +13,8 @@
 #include <dcmtk/dcmjpls/djdecode.h>
 #include <dcmtk/oflog/oflog.h>
 
+#include <vorlane/platform/system_paths.h>
+
 #include "host/error.h"
 #include "host/source.h"
 
@@ -141,7 +143,7 @@ DicomFile::DicomFile(const std::string& path, const std::string& name)
     if (!has_image)
         return;
     std::error_code error;
-    const auto size = static_cast<std::int64_t>(std::filesystem::file_size(path, error));
+    const auto size = static_cast<std::int64_t>(std::filesystem::file_size(path_of(path), error));
     if (frames < 1 || error ||
         !sizes_are_believable(rows, cols, std::int64_t{samples} * frames, (allocated + 7) / 8,
                               size))

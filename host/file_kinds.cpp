@@ -5,6 +5,8 @@
 #include <iterator>
 #include <string>
 
+#include <vorlane/platform/system_paths.h>
+
 namespace vorlane::host {
 
 namespace {
@@ -168,6 +170,16 @@ const FileKind* kind_of(std::span<const unsigned char> head) {
     const auto* const sign = std::find_if(std::begin(signs), std::end(signs),
                                           [&](const Sign& s) { return s.fits(text); });
     return sign == std::end(signs) ? nullptr : &sign->kind;
+}
+
+std::string in_small_letters(std::string text) {
+    for (char& c : text)
+        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return text;
+}
+
+std::string ending_of(const std::string& path) {
+    return in_small_letters(utf8_of(path_of(path).extension()));
 }
 
 } // namespace vorlane::host

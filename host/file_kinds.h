@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <span>
+#include <string>
 #include <string_view>
 
 namespace vorlane::host {
@@ -17,5 +18,10 @@ struct FileKind {
 // The kind of a file that begins like this (4096 bytes are enough); null if it is none that is
 // known. Text of any sort is a kind, and so is an empty file.
 const FileKind* kind_of(std::span<const unsigned char> head);
+
+std::string in_small_letters(std::string text);
+
+// ".png" of "Photo.PNG".
+std::string ending_of(const std::string& path);
 
 } // namespace vorlane::host

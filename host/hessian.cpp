@@ -18,7 +18,7 @@ double second_difference(double a, double b, double c, double d, double e) {
 }
 
 // Index `center` + offset, at most two off, kept inside.
-std::size_t near(std::size_t center, int offset, std::size_t n) {
+std::size_t clamped(std::size_t center, int offset, std::size_t n) {
     const auto position = static_cast<std::ptrdiff_t>(center) + offset;
     return static_cast<std::size_t>(
         std::clamp<std::ptrdiff_t>(position, 0, static_cast<std::ptrdiff_t>(n) - 1));
@@ -31,7 +31,7 @@ void along_columns(const std::vector<double>& in, std::vector<double>& out, std:
     for (std::size_t i = 0; i < rows; ++i) {
         const double* row[5];
         for (int n = 0; n < 5; ++n)
-            row[n] = in.data() + near(i, n - 2, rows) * cols;
+            row[n] = in.data() + clamped(i, n - 2, rows) * cols;
         double* const to = out.data() + i * cols;
         for (std::size_t j = 0; j < cols; ++j)
             to[j] = f(row[0][j], row[1][j], row[2][j], row[3][j], row[4][j]);

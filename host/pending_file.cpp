@@ -2,25 +2,23 @@
 
 #include <atomic>
 #include <cerrno>
-#include <climits>
-#include <csignal>
 #include <cstring>
 #include <filesystem>
-#include <memory>
 #include <system_error>
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
+#include <vorlane/platform/system_files.h>
+#include <vorlane/platform/system_paths.h>
 
 #include "host/error.h"
+#include "host/platform/files.h"
+#include "host/platform/program.h"
 
 // Names that a signal handler can reach. A slot is taken before its name is complete and freed
 // after the file is gone, so the worst that a handler meets is a name that isn't there.
 struct PendingSlot {
     std::atomic<bool> is_taken = false;
     std::atomic<bool> has_name = false;
-    char name[PATH_MAX] = "";
+    char name[4096] = "";
 };
 
 // Inline and shown to modules: they hold copies of this code, which all use the program's own table then.
@@ -57,132 +55,69 @@ void forget(int index) {
     slots[index].is_taken = false;
 }
 
-extern "C" void remove_and_end(int signal_number) {
-    for (PendingSlot& slot : slots) {
+void remove_all() {
+    for (const PendingSlot& slot : slots) {
         if (slot.has_name)
-            unlink(slot.name);
+            remove_at_end(slot.name);
     }
-    std::signal(signal_number, SIG_DFL);
-    raise(signal_number);
 }
 
-std::string reason_of(int error) {
-    return std::generic_category().message(error);
-}
-
-// Makes a new file of the name that ends with XXXXXX.
-int make_file(std::string& pattern, const std::string& name) {
-    const int file = mkstemp(pattern.data());
-    if (file < 0)
-        throw Error(name + ": can't be written: " + reason_of(errno));
-    return file;
-}
-
-std::string scratch_pattern() {
-    std::error_code error;
-    const auto folder = std::filesystem::temp_directory_path(error);
-    return (error ? std::filesystem::path("/tmp") : folder) / "vorlane-XXXXXX";
-}
-
-// The mask can be read only by setting it, which isn't for several threads at once.
-mode_t usual_permissions() {
-    static const mode_t mask = [] {
-        const mode_t found = umask(0);
-        umask(found);
-        return found;
-    }();
-    return 0666 & ~mask;
-}
-
-// Copies a file to an open one; 0, or an error number.
-int copy_to(const std::string& from, int to) {
-    const int source = open(from.c_str(), O_RDONLY | O_CLOEXEC);
-    if (source < 0)
-        return errno;
-    constexpr std::size_t block_size = 1 << 16;
-    const auto block = std::make_unique_for_overwrite<char[]>(block_size);
-    int error = 0;
-    ssize_t count = 0;
-    while (error == 0 && (count = read(source, block.get(), block_size)) > 0) {
-        for (ssize_t done = 0; done < count && error == 0;) {
-            const ssize_t written = write(to, block.get() + done, count - done);
-            if (written > 0)
-                done += written;
-            else if (errno != EINTR)
-                error = errno;
-        }
-    }
-    if (count < 0)
-        error = errno;
-    close(source);
-    return error;
+void check_failure(int failure, const std::string& name) {
+    if (failure != 0)
+        throw Error(name + ": can't be written: " + std::generic_category().message(failure));
 }
 
 } // namespace
 
 PendingFile::PendingFile(const std::string& path) : name_(path), final_(path) {
-    struct stat status;
-    mode_t permissions = usual_permissions();
+    const Place place = path == "-" ? Place::device : place_of(path);
+    if (place == Place::folder)
+        throw Error(path + ": is a folder; name a file in it");
+    is_copied_ = place == Place::device;
     if (path == "-") {
         name_ = "standard output";
         final_.clear();
-        is_copied_ = true;
-    } else if (stat(path.c_str(), &status) == 0) {
-        if (S_ISDIR(status.st_mode))
-            throw Error(path + ": is a folder; name a file in it");
-        is_copied_ = !S_ISREG(status.st_mode);
-        permissions = status.st_mode & 0777;
+    } else if (place == Place::file) {
         std::error_code error;
-        const auto target = std::filesystem::canonical(path, error);
-        if (!error && !is_copied_)
-            final_ = target.string();
+        const auto target = std::filesystem::canonical(path_of(path), error);
+        if (!error)
+            final_ = utf8_of(target);
     }
-    temporary_ = is_copied_ ? scratch_pattern() : final_ + ".XXXXXX";
-    const int file = make_file(temporary_, name_);
+    check_failure(is_copied_ ? make_temporary_file(temporary_)
+                             : make_file(final_, final_, temporary_),
+                  name_);
     slot_ = remember(temporary_);
-    if (!is_copied_)
-        fchmod(file, permissions);
-    close(file);
 }
 
 PendingFile::~PendingFile() {
     if (is_pending_)
-        unlink(temporary_.c_str());
+        remove_file(temporary_);
     forget(slot_);
 }
 
 void PendingFile::commit() {
     if (!is_pending_)
         return;
-    if (!is_copied_) {
-        if (rename(temporary_.c_str(), final_.c_str()) != 0)
-            throw Error(name_ + ": can't be written: " + reason_of(errno));
-        is_pending_ = false;
+    if (is_copied_) {
+        check_failure(copy_file_to(temporary_, final_), name_);
         return;
     }
-    const int to = final_.empty() ? dup(STDOUT_FILENO) : open(final_.c_str(), O_WRONLY | O_CLOEXEC);
-    int error = to < 0 ? errno : copy_to(temporary_, to);
-    if (to >= 0 && close(to) != 0 && error == 0)
-        error = errno;
-    if (error != 0)
-        throw Error(name_ + ": can't be written: " + reason_of(error));
+    check_failure(replace_file(temporary_, final_) ? 0 : errno, name_);
+    is_pending_ = false;
 }
 
-ScratchFile::ScratchFile() : path_(scratch_pattern()) {
-    close(make_file(path_, "a temporary file"));
+ScratchFile::ScratchFile() {
+    check_failure(make_temporary_file(path_), "a temporary file");
     slot_ = remember(path_);
 }
 
 ScratchFile::~ScratchFile() {
-    unlink(path_.c_str());
+    remove_file(path_);
     forget(slot_);
 }
 
 void remove_pending_files_on_signals() {
-    for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGPIPE}) {
-        if (std::signal(number, remove_and_end) == SIG_IGN)
-            std::signal(number, SIG_IGN);
-    }
+    call_before_end(remove_all);
 }
 
 } // namespace vorlane::host

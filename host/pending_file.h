@@ -48,8 +48,8 @@ private:
     int slot_ = -1;
 };
 
-// From now on SIGINT, SIGTERM, SIGHUP and SIGPIPE remove the files that are pending before they end the
-// program; one that is ignored stays so. For programs, not for modules inside another program.
+// From now on SIGINT, SIGTERM, SIGHUP and SIGPIPE, or what the system has for them, remove the files that are
+// pending before they end the program; one that is ignored stays so. For programs, not for modules inside another.
 void remove_pending_files_on_signals();
 
 } // namespace vorlane::host

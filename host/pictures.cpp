@@ -7,6 +7,8 @@
 #include <filesystem>
 #include <new>
 
+#include <vorlane/platform/system_paths.h>
+
 #include "host/file_kinds.h"
 #include "host/formats/format.h"
 
@@ -77,7 +79,7 @@ const Format& format_of(Source& source, bool scanner) {
 
 bool exists(const std::string& path) {
     std::error_code ignored;
-    return std::filesystem::exists(path, ignored);
+    return std::filesystem::exists(path_of(path), ignored);
 }
 
 } // namespace

@@ -10,17 +10,12 @@
 #include <limits>
 #include <optional>
 
+#include "host/file_kinds.h"
 #include "host/formats/format.h"
 
 namespace vorlane::host {
 
 namespace {
-
-std::string in_small_letters(std::string text) {
-    for (char& c : text)
-        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    return text;
-}
 
 const Format* format_of_ending(const std::string& ending) {
     for (const Format& format : formats()) {
@@ -37,10 +32,6 @@ std::string known_endings() {
             text += (text.empty() ? "" : " ") + std::string(format.endings[0]);
     }
     return text;
-}
-
-std::string ending_of(const std::string& path) {
-    return in_small_letters(std::filesystem::path(path).extension().string());
 }
 
 const Format& format_for(const std::string& path, const std::string& as) {

@@ -2,13 +2,12 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <limits>
 #include <system_error>
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
+#include <vorlane/platform/system_files.h>
 
 #include "host/error.h"
 
@@ -20,18 +19,6 @@ constexpr std::size_t head_size = 4096;
 constexpr std::size_t block_size = 1 << 16;
 constexpr std::int64_t largest_stream = std::int64_t{1} << 32;
 
-std::size_t read_at_most(int file, unsigned char* to, std::size_t count) {
-    std::size_t done = 0;
-    while (done < count) {
-        const ssize_t got = ::read(file, to + done, count - done);
-        if (got > 0)
-            done += static_cast<std::size_t>(got);
-        else if (got == 0 || errno != EINTR)
-            break;
-    }
-    return done;
-}
-
 std::int64_t saturating_product(std::int64_t a, std::int64_t b) {
     constexpr std::int64_t largest = std::numeric_limits<std::int64_t>::max();
     return a > largest / b ? largest : a * b;
@@ -41,29 +28,18 @@ std::int64_t saturating_product(std::int64_t a, std::int64_t b) {
 
 Source::Source(const std::string& path)
     : path_(path), name_(path == "-" ? "standard input" : path) {
-    // Not to wait for a pipe without a writer is impossible without losing one that has one.
-    file_ = path == "-" ? dup(STDIN_FILENO) : open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    struct stat status;
-    if (file_ < 0 || fstat(file_, &status) != 0)
-        throw Error(name_ + ": can't be opened: " + std::generic_category().message(errno));
-    if (S_ISDIR(status.st_mode)) {
-        close(file_);
+    const int failure = input_.open(path);
+    if (failure == EISDIR)
         throw Error(name_ + ": is a folder; name a file in it");
-    }
-    // Standard input that was read from already counts as a stream.
-    is_regular_ = S_ISREG(status.st_mode) && path != "-";
-    size_ = is_regular_ ? status.st_size : 0;
+    if (failure != 0)
+        throw Error(name_ + ": can't be opened: " + std::generic_category().message(failure));
+    size_ = input_.size();
     head_.resize(head_size);
-    head_.resize(read_at_most(file_, head_.data(), head_.size()));
-}
-
-Source::~Source() {
-    if (file_ >= 0)
-        close(file_);
+    head_.resize(input_.read(head_.data(), head_.size()));
 }
 
 void Source::keep_all() {
-    if (is_regular_ || is_kept_)
+    if (input_.is_plain_file() || is_kept_)
         return;
     kept_ = head_;
     for (;;) {
@@ -71,7 +47,7 @@ void Source::keep_all() {
         if (static_cast<std::int64_t>(done) > largest_stream)
             throw Error(name_ + ": gives more than 4 GB; name a file instead");
         kept_.resize(done + std::max(block_size, done / 2));
-        const std::size_t got = read_at_most(file_, kept_.data() + done, kept_.size() - done);
+        const std::size_t got = input_.read(kept_.data() + done, kept_.size() - done);
         kept_.resize(done + got);
         if (got == 0)
             break;
@@ -89,38 +65,24 @@ std::size_t Source::read(std::int64_t offset, void* to, std::size_t count) {
     keep_all();
     if (offset < 0 || offset >= size_)
         return 0;
-    if (!is_regular_) {
+    if (!input_.is_plain_file()) {
         count = std::min(count, static_cast<std::size_t>(size_ - offset));
         std::memcpy(to, kept_.data() + offset, count);
         return count;
     }
-    std::size_t done = 0;
-    while (done < count) {
-        const ssize_t got = pread(file_, static_cast<unsigned char*>(to) + done, count - done,
-                                  offset + static_cast<std::int64_t>(done));
-        if (got > 0)
-            done += static_cast<std::size_t>(got);
-        else if (got == 0 || errno != EINTR)
-            break;
-    }
-    return done;
+    return input_.read_at(offset, to, count);
 }
 
 const std::string& Source::path_on_disk() {
-    if (is_regular_)
+    if (input_.is_plain_file())
         return path_;
     if (!copy_) {
         keep_all();
         copy_ = std::make_unique<ScratchFile>();
-        const int to = open(copy_->path().c_str(), O_WRONLY | O_CLOEXEC);
-        std::size_t done = 0;
-        while (to >= 0 && done < kept_.size()) {
-            const ssize_t got = write(to, kept_.data() + done, kept_.size() - done);
-            if (got <= 0 && errno != EINTR)
-                break;
-            done += static_cast<std::size_t>(std::max<ssize_t>(got, 0));
-        }
-        if (to < 0 || close(to) != 0 || done < kept_.size())
+        FileHandle to(open_file(copy_->path().c_str(), "wb"));
+        if (to)
+            std::fwrite(kept_.data(), 1, kept_.size(), to.get());
+        if (!to || !close_written(to))
             throw Error(name_ + ": can't be kept in a temporary file; name a file instead");
     }
     return copy_->path();

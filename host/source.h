@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "host/pending_file.h"
+#include "host/platform/files.h"
 
 namespace vorlane::host {
 
@@ -16,9 +17,6 @@ class Source {
 public:
     // "-" is standard input. Throws Error, also for a folder.
     explicit Source(const std::string& path);
-    ~Source();
-    Source(const Source&) = delete;
-    Source& operator=(const Source&) = delete;
 
     // For messages: the path, or "standard input".
     const std::string& name() const { return name_; }
@@ -41,8 +39,7 @@ private:
 
     std::string path_;
     std::string name_;
-    int file_ = -1;
-    bool is_regular_ = false;
+    InputFile input_;
     bool is_kept_ = false;
     std::int64_t size_ = 0;
     std::vector<unsigned char> head_;

@@ -4,6 +4,8 @@
 #include <cstring>
 #include <fstream>
 
+#include <vorlane/platform/system_paths.h>
+
 #include "commands.h"
 #include "host/pending_file.h"
 
@@ -194,7 +196,7 @@ int print(const std::string& text, const Arguments& arguments) {
         return 0;
     }
     PendingFile file(arguments.text("out"));
-    std::ofstream stream(file.path(), std::ios::binary);
+    std::ofstream stream(vorlane::path_of(file.path()), std::ios::binary);
     stream << text;
     stream.close();
     if (!stream)

@@ -4,14 +4,12 @@
 #include <exception>
 #include <filesystem>
 
-#if defined(__GLIBC__)
-#include <malloc.h>
-#endif
+#include <vorlane/platform/system_paths.h>
 
 #include "commands.h"
 #include "host/command_line.h"
-#include "host/parts/loader.h"
 #include "host/pending_file.h"
+#include "host/platform/program.h"
 #include "progress.h"
 
 using namespace vorlane::host;
@@ -61,7 +59,9 @@ void check_outputs(const Arguments& arguments) {
                 continue;
             for (const std::string& path : arguments.texts(input.name)) {
                 std::error_code error;
-                if (std::filesystem::equivalent(path, arguments.text(output.name), error))
+                if (std::filesystem::equivalent(vorlane::path_of(path),
+                                                vorlane::path_of(arguments.text(output.name)),
+                                                error))
                     throw UsageError(path + ": is an input and isn't overwritten; --force does it");
             }
         }
@@ -150,36 +150,14 @@ int run_program(std::vector<Word> words) {
     return std::strcmp(command.description.name, "compare") == 0 ? wrong_usage : failed;
 }
 
-// The folder of the modules, of an installed program or of one in its build tree.
-std::string module_folder() {
-    std::error_code error;
-    const auto program = std::filesystem::read_symlink("/proc/self/exe", error).parent_path();
-    const auto installed = program / VORLANE_MODULES;
-    return (std::filesystem::is_directory(installed, error) ? installed
-                                                            : program.parent_path() / "modules")
-        .string();
-}
-
-// Planes come and go with every step. Where the system takes each back at once it clears new pages for the
-// next: a third of the time that many large pictures took.
-void keep_freed_memory() {
-#if defined(__GLIBC__)
-    mallopt(M_ARENA_MAX, 1); // a thread's own arena gives large blocks back
-    mallopt(M_MMAP_MAX, 0);
-    mallopt(M_TRIM_THRESHOLD, -1);
-#endif
-}
-
 } // namespace
 
 int main(int argc, char** argv) {
-    keep_freed_memory();
+    std::vector<Word> words;
+    for (std::string& argument : begin_program(argc, argv))
+        words.push_back({std::move(argument)});
     collect_messages();
     remove_pending_files_on_signals();
-    set_module_folder(module_folder());
-    std::vector<Word> words;
-    for (int k = 1; k < argc; ++k)
-        words.push_back({argv[k]});
     int status = failed;
     try {
         status = run_program(std::move(words));

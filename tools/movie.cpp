@@ -10,8 +10,11 @@
 #include <string>
 #include <vector>
 
+#include <vorlane/platform/system_files.h>
+
 #include "commands.h"
 #include "host/command_line.h"
+#include "host/file_kinds.h"
 #include "host/movies.h"
 #include "host/pictures.h"
 #include "progress.h"
@@ -148,9 +151,7 @@ struct Pattern {
 
 // Formats whose files hold values of any size.
 bool holds_values(const std::string& path) {
-    std::string ending = std::filesystem::path(path).extension().string();
-    for (char& c : ending)
-        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    const std::string ending = ending_of(path);
     return ending == ".tif" || ending == ".tiff" || ending == ".tq" || ending == ".pfm" ||
            ending == ".raw";
 }
@@ -326,10 +327,7 @@ int from_yuv(const Arguments& arguments, const Arguments& common) {
         throw Error(arguments.text("IN") + ": " +
                     (failure.empty() ? "No movie has such sizes" : failure));
     const std::string temporary = made->file_name;
-    const auto remove = [](const std::string* path) {
-        std::error_code ignored;
-        std::filesystem::remove(*path, ignored);
-    };
+    const auto remove = [](const std::string* path) { vorlane::remove_file(*path); };
     const std::unique_ptr<const std::string, decltype(remove)> removes(&temporary, remove);
     const auto movie = open_movie(temporary);
     MovieSettings settings = settings_of(movie->info());

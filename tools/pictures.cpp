@@ -7,10 +7,11 @@
 #include <memory>
 #include <thread>
 
-#include <unistd.h>
+#include <vorlane/platform/system_paths.h>
 
 #include "commands.h"
 #include "host/batch.h"
+#include "host/platform/program.h"
 #include "progress.h"
 
 using namespace vorlane::host;
@@ -31,6 +32,7 @@ BatchOptions options_of(const Arguments& common) {
     options.save.gray = common.flag("gray");
     options.save.quality = common.integer("quality");
     options.force = common.flag("force");
+    options.makes_folders = common.is_given("to");
     options.resume = common.flag("resume");
     options.jobs = common.is_given("jobs")
                        ? common.integer("jobs")
@@ -41,9 +43,9 @@ BatchOptions options_of(const Arguments& common) {
 // Only one of the words that stand where pictures do is a file.
 bool stands_for_many(const std::string& path) {
     std::error_code error;
-    return path != "-" && (std::filesystem::is_directory(path, error) ||
+    return path != "-" && (std::filesystem::is_directory(vorlane::path_of(path), error) ||
                            (path.find_first_of("*?[") != std::string::npos &&
-                            !std::filesystem::exists(path, error)));
+                            !std::filesystem::exists(vorlane::path_of(path), error)));
 }
 
 std::vector<BatchItem> items_of(const Chain& chain, const Arguments& common,
@@ -106,7 +108,7 @@ int run_many(const std::vector<BatchItem>& items, const Chain& chain, BatchOptio
         if (!outcome.notes.empty() && noted++ == 0)
             first_note = outcome.notes.front();
     };
-    const bool is_shown = !is_quiet && isatty(STDERR_FILENO) == 1;
+    const bool is_shown = !is_quiet && is_error_watched();
     if (is_shown) {
         listener.progress = [](std::size_t behind, std::size_t count, const std::string& name) {
             std::fprintf(stderr, "\r\033[K%zu of %zu  %.60s", behind, count, name.c_str());
@@ -142,7 +144,7 @@ int run_pictures(Chain chain, const BatchOptions& options, const Arguments& comm
 }
 
 std::string read_text(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
+    std::ifstream file(vorlane::path_of(path), std::ios::binary);
     std::string text{std::istreambuf_iterator<char>(file), {}};
     if (!file)
         throw Error(path + ": can't be read");

@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <utility>
 
-#include <unistd.h>
+#include "host/platform/program.h"
 
 namespace {
 
@@ -14,7 +14,7 @@ bool is_silent = false;
 
 ProgressBar::ProgressBar(std::string what, std::int64_t steps)
     : what_(std::move(what)), steps_(steps > 0 ? steps : 1),
-      is_shown_(!is_silent && isatty(STDERR_FILENO) == 1) {
+      is_shown_(!is_silent && vorlane::host::is_error_watched()) {
     draw();
 }
 

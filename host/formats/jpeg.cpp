@@ -12,6 +12,8 @@
 
 #include <jerror.h>
 
+#include <vorlane/platform/system_files.h>
+
 #include "host/formats/format.h"
 
 namespace vorlane::host {
@@ -271,7 +273,7 @@ void write_jpeg(const WriteRequest& request) {
         request.fail("JPEG holds at most " + std::to_string(JPEG_MAX_DIMENSION) +
                      " rows and columns; write .png or .tif");
     Encoder encoder;
-    encoder.file = std::fopen(request.path.c_str(), "wb");
+    encoder.file = open_file(request.path.c_str(), "wb");
     if (!encoder.file)
         request.fail("can't be written");
     std::vector<JSAMPLE> row(samples.row_samples());

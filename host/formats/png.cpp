@@ -11,6 +11,8 @@
 
 #include <png.h>
 
+#include <vorlane/platform/system_files.h>
+
 #include "host/formats/format.h"
 
 namespace vorlane::host {
@@ -243,7 +245,7 @@ void write_png(const WriteRequest& request) {
     encoder.png = png_create_write_struct(PNG_LIBPNG_VER_STRING, &encoder, keep_reason<Encoder>,
                                           ignore_warning);
     encoder.info = encoder.png ? png_create_info_struct(encoder.png) : nullptr;
-    encoder.file = std::fopen(request.path.c_str(), "wb");
+    encoder.file = open_file(request.path.c_str(), "wb");
     if (!encoder.info || !encoder.file)
         request.fail("can't be written");
     png_set_user_limits(encoder.png, PNG_UINT_31_MAX, PNG_UINT_31_MAX);

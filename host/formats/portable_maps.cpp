@@ -11,6 +11,8 @@
 #include <utility>
 #include <vector>
 
+#include <vorlane/platform/system_files.h>
+
 #include "host/formats/format.h"
 
 namespace vorlane::host {
@@ -327,7 +329,7 @@ Picture read_portable_map(const ReadRequest& request) {
 class MapFile {
 public:
     explicit MapFile(const WriteRequest& request)
-        : request_(request), file_(std::fopen(request.path.c_str(), "wb")) {
+        : request_(request), file_(open_file(request.path.c_str(), "wb")) {
         if (!file_)
             request.fail("can't be written");
     }

@@ -2,9 +2,9 @@
 #include <cctype>
 #include <cmath>
 #include <cstring>
-#include <filesystem>
 #include <vector>
 
+#include "host/file_kinds.h"
 #include "host/movies/ffmpeg.h"
 #include "host/movies/parts.h"
 
@@ -27,9 +27,7 @@ struct Target {
 };
 
 Target target_of(const std::string& path, const MovieSettings& settings) {
-    std::string ending = std::filesystem::path(path).extension().string();
-    for (char& c : ending)
-        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    const std::string ending = ending_of(path);
     const bool is_gray = settings.image_type == ImageType::gray;
     if (ending == ".gif")
         return {"gif", avcodec_find_encoder(AV_CODEC_ID_GIF),

@@ -1,9 +1,7 @@
 #include "host/movies.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cmath>
-#include <filesystem>
 #include <limits>
 
 #include "host/file_kinds.h"
@@ -12,13 +10,6 @@
 namespace vorlane::host {
 
 namespace {
-
-std::string ending_of(const std::string& path) {
-    std::string ending = std::filesystem::path(path).extension().string();
-    for (char& c : ending)
-        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    return ending;
-}
 
 #ifdef VORLANE_HAS_FFMPEG
 constexpr bool has_codecs = true;

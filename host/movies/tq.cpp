@@ -7,26 +7,36 @@
 #include <system_error>
 #include <utility>
 
-#include <unistd.h>
+#include <vorlane/platform/system_files.h>
+#include <vorlane/platform/system_paths.h>
 
 #include "host/movies/parts.h"
+#include "host/platform/files.h"
 
 namespace vorlane::host {
 
 namespace {
 
-// CVideo takes paths of up to 99 bytes: a longer one is reached through a short link to it.
+// CVideo takes paths of up to 99 bytes: a longer one is reached through a short link to it, or, where there are
+// no links, a copy.
 class ShortPath {
 public:
     explicit ShortPath(const std::string& path) : path_(path) {
         constexpr std::size_t longest = 99;
         if (path.size() <= longest)
             return;
+        namespace fs = std::filesystem;
         link_ = std::make_unique<ScratchFile>();
+        remove_file(link_->path());
+        const fs::path link = path_of(link_->path());
         std::error_code error;
-        const auto whole = std::filesystem::absolute(path, error);
-        if (error || unlink(link_->path().c_str()) != 0 ||
-            symlink(whole.c_str(), link_->path().c_str()) != 0)
+        const fs::path whole = fs::absolute(path_of(path), error);
+        fs::create_symlink(whole, link, error);
+        if (error)
+            fs::create_hard_link(whole, link, error);
+        if (error)
+            fs::copy_file(whole, link, error);
+        if (error)
             throw Error(path + ": the path is too long");
     }
     const char* c_str() const { return link_ ? link_->path().c_str() : path_.c_str(); }
@@ -120,7 +130,7 @@ class TqWriter : public MovieWriter {
 public:
     TqWriter(const std::string& path, const MovieSettings& settings)
         : path_(path), settings_(settings), mapper_(path, settings), file_(path),
-          stream_(std::fopen(file_.path().c_str(), "w+b")) {
+          stream_(open_file(file_.path().c_str(), "w+b")) {
         if (settings_.image_type == ImageType::colour ||
             bytes_per_pixel(settings_.image_type, settings_.pixel_format) == 0)
             settings_.pixel_format = PixelFormat::byte;
@@ -163,7 +173,7 @@ public:
         auto to = static_cast<std::int64_t>(header.size());
         if (header.size() > room_)
             throw Error(path_ + ": there are more frames than were announced");
-        if (std::fseek(stream_, 0, SEEK_SET) != 0)
+        if (!seek_to(stream_, 0))
             fail();
         write(header.data(), header.size());
         if (from == to) {
@@ -173,10 +183,10 @@ public:
         // Moves the frames up against the header.
         std::vector<char> block(1 << 20);
         for (;;) {
-            if (fseeko(stream_, from, SEEK_SET) != 0)
+            if (!seek_to(stream_, from))
                 fail();
             const std::size_t count = std::fread(block.data(), 1, block.size(), stream_);
-            if (std::ferror(stream_) || fseeko(stream_, to, SEEK_SET) != 0)
+            if (std::ferror(stream_) || !seek_to(stream_, to))
                 fail();
             if (count == 0)
                 break;
@@ -184,7 +194,7 @@ public:
             from += static_cast<std::int64_t>(count);
             to += static_cast<std::int64_t>(count);
         }
-        if (std::fflush(stream_) != 0 || ftruncate(fileno(stream_), to) != 0)
+        if (std::fflush(stream_) != 0 || !set_length(stream_, to))
             fail();
         close();
     }

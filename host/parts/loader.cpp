@@ -1,5 +1,5 @@
 // What the parts define, by way of modules that are loaded at the first call.
-#include "host/parts/loader.h"
+#include <filesystem>
 
 #include <dlfcn.h>
 
@@ -11,9 +11,14 @@ namespace vorlane::host {
 
 namespace {
 
-std::string& module_folder() {
-    static std::string folder;
-    return folder;
+// Of an installed program, or of one in its build tree.
+std::string module_folder() {
+    std::error_code error;
+    const auto program = std::filesystem::read_symlink("/proc/self/exe", error).parent_path();
+    const auto installed = program / VORLANE_MODULES;
+    return (std::filesystem::is_directory(installed, error) ? installed
+                                                            : program.parent_path() / "modules")
+        .string();
 }
 
 // A module stays until the program ends.
@@ -45,10 +50,6 @@ const MoviePart& movie_part() {
 #endif
 
 } // namespace
-
-void set_module_folder(const std::string& folder) {
-    module_folder() = folder;
-}
 
 #ifdef VORLANE_HAS_DCMTK
 const Format dicom_format = {.name = "DICOM", .endings = {}, .read = read_dicom, .write = nullptr};

@@ -7,6 +7,9 @@
 #include <cstdlib>
 #include <filesystem>
 
+#include <vorlane/platform/system_files.h>
+#include <vorlane/platform/system_paths.h>
+
 #include "host/natural_parts.h"
 #include "host/pending_file.h"
 #include "host/pictures.h"
@@ -64,14 +67,14 @@ public:
     // A name as it stands, or from the description's folder, or moved there with it. A name is all
     // of its line; what the library would read is its first word.
     std::string found(const std::string& name) const {
-        const fs::path folder = fs::path(path_).parent_path();
+        const fs::path folder = path_of(path_).parent_path();
         const std::string word = name.substr(0, name.find_first_of(" \t"));
         std::error_code error;
         for (const std::string& spelling : {name, word}) {
-            for (const fs::path& place :
-                 {fs::path(spelling), folder / spelling, folder / fs::path(spelling).filename()}) {
+            for (const fs::path& place : {path_of(spelling), folder / path_of(spelling),
+                                          folder / path_of(spelling).filename()}) {
                 if (!spelling.empty() && fs::exists(place, error))
-                    return place.string();
+                    return utf8_of(place);
             }
         }
         throw Error(path_ + ": there is no file or folder " + name + ", neither as it stands nor " +
@@ -87,12 +90,12 @@ private:
 std::string slice_name(const fs::path& folder, const std::string& prefix, int n,
                        const std::string& suffix) {
     std::string digits = std::to_string(n);
-    std::string plain = (folder / (prefix + digits + suffix)).string();
+    std::string plain = utf8_of(folder / path_of(prefix + digits + suffix));
     constexpr std::size_t longest = 8;
     std::error_code error;
     while (digits.size() <= longest) {
-        std::string name = (folder / (prefix + digits + suffix)).string();
-        if (fs::exists(name, error))
+        std::string name = utf8_of(folder / path_of(prefix + digits + suffix));
+        if (fs::exists(path_of(name), error))
             return name;
         digits.insert(digits.begin(), '0');
     }
@@ -102,7 +105,7 @@ std::string slice_name(const fs::path& folder, const std::string& prefix, int n,
 Volume open_series(const std::string& path, const Description& description,
                    const OpenVolumeOptions& options) {
     const std::string named = description.text(2, "directory");
-    const fs::path folder = named.empty() ? fs::path(".") : fs::path(description.found(named));
+    const fs::path folder = named.empty() ? fs::path(".") : path_of(description.found(named));
     const std::string prefix = description.text(3, "prefix");
     const int first = description.number(4, "start slice", 0);
     const int last = description.number(5, "end slice", 0);
@@ -238,7 +241,7 @@ Volume open_raw(const std::string& path, const Description& description,
 class OutputStream {
 public:
     OutputStream(const PendingFile& file, std::string name)
-        : name_(std::move(name)), stream_(std::fopen(file.path().c_str(), "wb")) {
+        : name_(std::move(name)), stream_(open_file(file.path().c_str(), "wb")) {
         if (!stream_)
             fail();
     }
@@ -280,15 +283,15 @@ void save_volume(const CVolume& volume, const std::string& path, const SaveVolum
         });
     if (encoding == std::end(encodings))
         throw UsageError("samples of a volume are bytes, 16-bit, 32-bit integers or floats");
-    const std::string data = fs::path(path).replace_extension(".raw").string();
+    const std::string data = utf8_of(path_of(path).replace_extension(".raw"));
     if (data == path || path == "-")
         throw UsageError(path + ": name the description, such as out.txt; its data goes to a .raw "
                                 "file beside it");
     std::error_code error;
-    if (!options.force && fs::exists(data, error))
+    if (!options.force && fs::exists(path_of(data), error))
         throw UsageError(data +
                          ": is there already, beside the description; --force overwrites it");
-    const std::string name = fs::absolute(data).lexically_normal().string();
+    const std::string name = utf8_of(fs::absolute(path_of(data)).lexically_normal());
     if (name.find('\n') != std::string::npos)
         throw UsageError(path + ": a description can't hold a name of two lines");
     PendingFile data_file(data);

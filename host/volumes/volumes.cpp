@@ -5,6 +5,8 @@
 #include <filesystem>
 #include <utility>
 
+#include <vorlane/platform/system_paths.h>
+
 #include "host/file_kinds.h"
 #include "host/natural_parts.h"
 #include "host/pictures.h"
@@ -18,10 +20,10 @@ namespace {
 std::vector<std::string> files_of(const std::string& folder) {
     std::vector<std::string> files;
     std::error_code error;
-    for (auto entry = std::filesystem::directory_iterator(folder, error);
+    for (auto entry = std::filesystem::directory_iterator(path_of(folder), error);
          !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
         if (entry->is_regular_file(error))
-            files.push_back(entry->path().string());
+            files.push_back(utf8_of(entry->path()));
     }
     if (error)
         throw Error(folder + ": can't be read: " + error.message());
@@ -103,7 +105,7 @@ VolumePtr volume_of(std::vector<ImagePtr> slices, const std::vector<std::string>
 
 Volume open_volume(const std::string& path, const OpenVolumeOptions& options) {
     std::error_code error;
-    if (std::filesystem::is_directory(path, error))
+    if (std::filesystem::is_directory(path_of(path), error))
         return open_folder(path, options);
     const std::string kind = kind_of_file(path);
     if (kind == "DICOM")

@@ -88,7 +88,7 @@ TEST(Volumes, TakeASeriesOfPicturesOfAnyName) {
     ASSERT_EQ(volume.volume->nslices, 3);
     EXPECT_EQ(volume.volume->slices[2].pixels[0][1], 11.0f);
     std::filesystem::remove(scratch.path("my slices/s010.pgm"));
-    EXPECT_NE(message_of(text).find("my slices/s10.pgm"), std::string::npos) << message_of(text);
+    EXPECT_NE(message_of(text).find("s10.pgm: can't be opened"), std::string::npos) << message_of(text);
     host::OpenVolumeOptions options;
     options.leave_out = true;
     const host::Volume rest = host::open_volume(text, options);

@@ -28,6 +28,13 @@ cmp many/p7-x.pgm single/p7.pgm || fail "the chain of a file"
 "$program" math add in/p2.pgm in/p3.pgm sum.pgm --range clamp --depth 8 --quiet
 cmp sum.pgm sums/p2.pgm || fail "a second picture for many"
 
+# Names with letters beyond ASCII and spaces, of folders, files and patterns.
+mkdir 'Bilder für Müller' && cp in/p1.pgm 'Bilder für Müller/größer 1.pgm'
+"$program" run "$chain" 'Bilder für Müller' --to 'neue Öfen'
+"$program" run "$chain" 'Bilder f*/gr*er [0-9].pg?' --to 'Wände/%n ä.pgm'
+cmp 'neue Öfen/größer 1.pgm' single/p1.pgm && cmp 'Wände/größer 1 ä.pgm' single/p1.pgm || fail "names with umlauts"
+expect 1 "no file has such a name" "$program" smooth 'Bilder f*/[2-9].pgm' --to new
+
 # Bad files are named at the end; what is done and newer is left out.
 printf 'no picture' >in/bad.pgm
 status=0

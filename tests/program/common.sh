@@ -1,9 +1,18 @@
-# Sourced by the tests of the program with its path as $1: a folder of their own to work in, and checks.
+# Sourced by the tests of the program with its path as $1, and what runs programs of its system as $2 where that isn't
+# this one: a folder of their own to work in, and checks.
 set -euo pipefail
 program=$1
+emulator=${2-}
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
-cd "$work"
+mkdir "$work/here"
+cd "$work/here"
+if [ -n "$emulator" ]; then
+    printf '#!/bin/sh\nexec %q %q "$@"\n' "$emulator" "$program" >../program
+    chmod +x ../program
+    program=$work/program
+    export LC_ALL=C.UTF-8 # for names of files
+fi
 
 fail() {
     echo "FAILED: $*" >&2

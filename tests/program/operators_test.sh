@@ -1,14 +1,7 @@
+#!/usr/bin/env bash
 # Filters, arithmetic, geometry and drawing by the program.
-set -eu
-vorlane=$1
-folder=$(mktemp -d)
-trap 'rm -rf "$folder"' EXIT
-cd "$folder"
+. "$(dirname "$0")/common.sh"
 
-fail() {
-    echo "$1" >&2
-    exit 1
-}
 # same NAME BYTES: the file's last bytes, after its header, are these.
 same() {
     actual=$(tail -c "$(printf "$2" | wc -c)" "$1" | od -An -tu1)
@@ -20,18 +13,18 @@ printf 'P5\n3 2\n255\n\012\024\036\050\062\074' >a.pgm
 printf 'P5\n3 2\n255\n\001\000\002\000\003\000' >b.pgm
 printf 'P6\n1 1\n255\n\001\002\003' >c.ppm
 
-"$vorlane" math add a.pgm b.pgm out.pgm && same out.pgm '\013\024\040\050\065\074'
-"$vorlane" math and a.pgm b.pgm out.pgm && same out.pgm '\012\000\036\000\062\000'
-"$vorlane" math invert a.pgm out.pgm && same out.pgm '\074\062\050\036\024\012'
-"$vorlane" math superpose c.ppm a.pgm out.ppm && same out.ppm '\377\000\000'
-"$vorlane" filter threshold a.pgm out.pgm --level 30 && same out.pgm '\000\000\000\377\377\377'
-"$vorlane" filter median a.pgm out.pgm --size 1 && same out.pgm '\012\024\036\050\062\074'
-"$vorlane" filter median c.ppm out.ppm --size 11 && same out.ppm '\001\002\003'
-"$vorlane" filter chamfer b.pgm out.pgm && same out.pgm '\000\001\000\001\000\001'
-"$vorlane" geometry crop a.pgm out.pgm --rectangle 0 1 2 2 && same out.pgm '\024\036\062\074'
-"$vorlane" geometry translate a.pgm out.pgm --shift 1 -1 && same out.pgm '\000\000\000\024\036\000'
-"$vorlane" geometry enlarge c.ppm out.ppm --factor 2 && same out.ppm '\001\002\003\001\002\003'
-"$vorlane" draw line a.pgm out.pgm --from 0 0 --to 0 9 --value 7 &&
+"$program" math add a.pgm b.pgm out.pgm && same out.pgm '\013\024\040\050\065\074'
+"$program" math and a.pgm b.pgm out.pgm && same out.pgm '\012\000\036\000\062\000'
+"$program" math invert a.pgm out.pgm && same out.pgm '\074\062\050\036\024\012'
+"$program" math superpose c.ppm a.pgm out.ppm && same out.ppm '\377\000\000'
+"$program" filter threshold a.pgm out.pgm --level 30 && same out.pgm '\000\000\000\377\377\377'
+"$program" filter median a.pgm out.pgm --size 1 && same out.pgm '\012\024\036\050\062\074'
+"$program" filter median c.ppm out.ppm --size 11 && same out.ppm '\001\002\003'
+"$program" filter chamfer b.pgm out.pgm && same out.pgm '\000\001\000\001\000\001'
+"$program" geometry crop a.pgm out.pgm --rectangle 0 1 2 2 && same out.pgm '\024\036\062\074'
+"$program" geometry translate a.pgm out.pgm --shift 1 -1 && same out.pgm '\000\000\000\024\036\000'
+"$program" geometry enlarge c.ppm out.ppm --factor 2 && same out.ppm '\001\002\003\001\002\003'
+"$program" draw line a.pgm out.pgm --from 0 0 --to 0 9 --value 7 &&
     same out.pgm '\007\007\007\050\062\074'
 
 # A failure is one line, exit status 1, and no file.
@@ -41,16 +34,16 @@ for arguments in 'math add a.pgm c.ppm' 'geometry crop a.pgm --rectangle 0 0 9 9
     status=0
     # shellcheck disable=SC2086
     case $arguments in
-    *--*) "$vorlane" ${arguments%% --*} out.pgm --"${arguments#* --}" 2>error || status=$? ;;
-    *) "$vorlane" $arguments out.pgm 2>error || status=$? ;;
+    *--*) "$program" ${arguments%% --*} out.pgm --"${arguments#* --}" 2>error || status=$? ;;
+    *) "$program" $arguments out.pgm 2>error || status=$? ;;
     esac
     [ "$status" != 0 ] || fail "$arguments: no failure"
     [ ! -e out.pgm ] || fail "$arguments: left a file"
 done
 status=0
-"$vorlane" math add a.pgm c.ppm out.pgm 2>error || status=$?
+"$program" math add a.pgm c.ppm out.pgm 2>error || status=$?
 [ "$status" = 1 ] && [ "$(wc -l <error)" = 1 ] || fail 'no clear error'
 grep -q 'The two images should have the same size' error || fail 'not the message'
 status=0
-"$vorlane" filter median a.pgm out.pgm --size 0 2>error || status=$?
+"$program" filter median a.pgm out.pgm --size 0 2>error || status=$?
 [ "$status" = 2 ] || fail 'wrong usage has to give 2'

@@ -13,7 +13,7 @@ describe line.data 8 9 10 >line.txt
 "$program" volume info line.txt | grep -q '8 slices of 9 rows x 10 columns, unsigned bytes, values 0 to 122' || fail info
 "$program" volume smooth line.txt smooth.txt --sigma 1
 [ "$(stat -c %s smooth.raw)" = 2880 ] || fail "size of the smoothed data"
-(cd / && "$program" volume info "$work/smooth.txt") | grep -q '8 slices of 9 rows x 10 columns, 32-bit floats' || fail "smoothed volume"
+(cd / && "$program" volume info "$work/here/smooth.txt") | grep -q '8 slices of 9 rows x 10 columns, 32-bit floats' || fail "smoothed volume"
 for value in smallest middle largest; do
     "$program" volume ridges line.txt "$value.txt" --sigma 1 --value "$value"
 done
