@@ -12,6 +12,6 @@ struct Operator {
     std::function<void(Record&)> run;
 };
 
-// On all sizes of images, or on the widest ones.
+// On all sizes of images and histograms, or on one.
 enum class Extent { full, brief };
 std::vector<Operator> exact_operators(Extent extent = Extent::full);
