@@ -75,10 +75,8 @@ int CDib::Draw(CDC* dc, int x, int y, int w, int h) {
         return 0;
     if (!palette)
         SetSystemPalette(dc);
-    constexpr int in_foreground = 0;
-    CPalette* const former = dc->SelectPalette(palette, in_foreground);
-    RealizePalette(dc->m_hDC);
-    draw_bitmap(dc->m_hDC, x, y, w, h, width, height, bits, info_of(header));
-    dc->SelectPalette(former, in_foreground);
+    // By the handles alone: the classes around them may be a host's.
+    draw_bitmap(dc->m_hDC, palette ? palette->m_hObject : nullptr, x, y, w, h, width, height, bits,
+                info_of(header));
     return 1;
 }

@@ -2,10 +2,10 @@
 // keeps to itself; and where the headers of the system stand.
 #pragma once
 
-#if defined(VORLANE_BUILDS_DLL)
-#define VORLANE_API __declspec(dllexport)
-#define VORLANE_LOCAL
-#elif defined(__GNUC__) && !defined(_WIN32)
+// On Windows the library shows what a list of names says, which its build makes of cmake/symbols.txt.
+// A mark of a class would show its private members too, and what the compiler brings with it.
+
+#if defined(__GNUC__) && !defined(_WIN32)
 #define VORLANE_API __attribute__((visibility("default")))
 #define VORLANE_LOCAL __attribute__((visibility("hidden")))
 #else

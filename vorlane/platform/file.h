@@ -7,7 +7,7 @@
 #include <string>
 
 #include <vorlane/platform/export.h>
-
+#ifndef VORLANE_HOST_CLASSES
 // Its text names the path and the cause.
 class VORLANE_API CFileException : public std::runtime_error {
 public:
@@ -64,3 +64,4 @@ private:
     std::FILE* stream_ = nullptr;
     std::string path_;
 };
+#endif

@@ -7,7 +7,7 @@
 #include <vorlane/platform/export.h>
 
 #include VORLANE_SYSTEM_HEADER(gdi_system.h)
-
+#ifndef VORLANE_HOST_CLASSES
 // Owns the object that is attached to it.
 class VORLANE_API CGdiObject {
 public:
@@ -81,3 +81,4 @@ public:
     // The colours of row y from the top: 3 * width bytes, red first. Nothing outside.
     void GetRow(int y, unsigned char* colours) const;
 };
+#endif

@@ -7,7 +7,7 @@
 class CObject;
 class CArchive;
 class CDumpContext;
-
+#ifndef VORLANE_HOST_CLASSES
 // What is known of a class at run time. A record is static and lives as long as the library.
 struct VORLANE_API CRuntimeClass {
     const char* m_lpszClassName;           // the name of the class, "CImage"
@@ -39,7 +39,7 @@ protected:
     CObject(const CObject&) = default;
     CObject& operator=(const CObject&) = default;
 };
-
+#endif
 // Registers a record. The library calls it once for each of its classes while it loads, in the
 // order CDib, CHistogram, CImage, CVideo, CVolume; a host may add classes of its own. A record that
 // is registered already, or null, is ignored. Not to be called from two threads at once.

@@ -4,7 +4,7 @@
 #include <string>
 
 #include <vorlane/platform/export.h>
-
+#ifndef VORLANE_HOST_CLASSES
 class VORLANE_API CString {
 public:
     CString() = default;
@@ -27,3 +27,4 @@ public:
 private:
     std::string text_;
 };
+#endif

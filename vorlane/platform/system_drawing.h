@@ -5,8 +5,9 @@
 
 namespace vorlane {
 
-// StretchDIBits of the rectangle of this size at the bitmap's corner.
-void draw_bitmap(HDC device, int x, int y, int w, int h, int source_w, int source_h,
-                 const void* bits, const BITMAPINFO* info);
+// StretchDIBits of the rectangle of this size at the bitmap's corner, with this palette, or null, realised on the
+// device. The palette that was selected there before is so again behind it.
+void draw_bitmap(HDC device, HGDIOBJ palette, int x, int y, int w, int h, int source_w,
+                 int source_h, const void* bits, const BITMAPINFO* info);
 
 } // namespace vorlane

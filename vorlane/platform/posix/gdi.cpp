@@ -202,8 +202,14 @@ int StretchDIBits(HDC device, int x, int y, int w, int h, int source_x, int sour
     return stretch(*device, x, y, w, h, source_x, source_y, source_w, source_h, bits, info);
 }
 
-void vorlane::draw_bitmap(HDC device, int x, int y, int w, int h, int source_w, int source_h,
-                          const void* bits, const BITMAPINFO* info) {
+void vorlane::draw_bitmap(HDC device, HGDIOBJ palette, int x, int y, int w, int h, int source_w,
+                          int source_h, const void* bits, const BITMAPINFO* info) {
+    if (!device)
+        return;
+    const SharedColours former =
+        std::exchange(device->selected, palette ? palette->colours : nullptr);
+    RealizePalette(device);
     StretchDIBits(device, x, y, w, h, 0, 0, source_w, source_h, bits, info, use_colours,
                   copy_source);
+    device->selected = former;
 }

@@ -28,14 +28,10 @@ std::pair<std::int64_t, std::int64_t> within(std::int64_t start, std::int64_t le
     return {std::max<std::int64_t>(low, first), std::min<std::int64_t>(high, behind)};
 }
 
-} // namespace
-
 // The system's own stretching depends on its version and on a mode of the device. So the pixels that are seen
 // are made here, and it only has to put them where they belong.
-void draw_bitmap(HDC device, int x, int y, int w, int h, int source_w, int source_h,
-                 const void* bits, const BITMAPINFO* info) {
-    if (!device)
-        return;
+void put_pixels(HDC device, int x, int y, int w, int h, int source_w, int source_h,
+                const void* bits, const BITMAPINFO* info) {
     if (!has_pixels(device)) {
         const int former = SetStretchBltMode(device, COLORONCOLOR);
         StretchDIBits(device, x, y, w, h, 0, 0, source_w, source_h, bits, info, DIB_RGB_COLORS,
@@ -76,6 +72,21 @@ void draw_bitmap(HDC device, int x, int y, int w, int h, int source_w, int sourc
                       static_cast<DWORD>(part.width), static_cast<DWORD>(part.height), 0, 0, 0,
                       static_cast<UINT>(part.height), part.pixels.get(), &seen_info,
                       DIB_RGB_COLORS);
+}
+
+} // namespace
+
+void draw_bitmap(HDC device, HGDIOBJ palette, int x, int y, int w, int h, int source_w,
+                 int source_h, const void* bits, const BITMAPINFO* info) {
+    if (!device)
+        return;
+    constexpr BOOL in_foreground = FALSE;
+    const HGDIOBJ chosen = palette ? palette : GetStockObject(DEFAULT_PALETTE);
+    const HPALETTE former = SelectPalette(device, static_cast<HPALETTE>(chosen), in_foreground);
+    RealizePalette(device);
+    put_pixels(device, x, y, w, h, source_w, source_h, bits, info);
+    if (former)
+        SelectPalette(device, former, in_foreground);
 }
 
 } // namespace vorlane

@@ -1,0 +1,15 @@
+# vorlane_windows_exports(RESULT): the names of symbols.txt as Windows spells them. Drawing calls are its own there, and
+# names of types don't leave a library.
+set(VORLANE_SYMBOLS ${CMAKE_CURRENT_LIST_DIR}/symbols.txt)
+function(vorlane_windows_exports result)
+  file(STRINGS ${VORLANE_SYMBOLS} names REGEX "^_Z")
+  list(FILTER names EXCLUDE REGEX "P9GdiDevice|PK10LOGPALETTE|^_ZTS")
+  list(TRANSFORM names REPLACE " .*" "")
+  list(TRANSFORM names REPLACE "8_IO_FILE" "6_iobuf")
+  list(TRANSFORM names REPLACE "P9GdiObject" "Pv")
+  list(TRANSFORM names REPLACE "P12PALETTEENTRY" "P15tagPALETTEENTRY")
+  # Integers of 64 bits have another name.
+  list(TRANSFORM names REPLACE "^(_Z14AVIStreamWriteP10IAVIStreamiiPKv)l" "\\1x")
+  list(TRANSFORM names REPLACE "^(_Z18make_2D_float_viewPfii)l" "\\1x")
+  set(${result} ${names} PARENT_SCOPE)
+endfunction()
