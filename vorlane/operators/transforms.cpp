@@ -4,6 +4,7 @@
 #include <cmath>
 #include <limits>
 #include <memory>
+#include <vector>
 
 #include <vorlane/image/results.h>
 #include <vorlane/numerics/elementary.h>
@@ -141,15 +142,23 @@ CImage* CImage::Rotate(int degrees) const {
                            static_cast<double>(centre_row), static_cast<double>(centre_col)};
         const Index channels = channel_count(image_type);
         const SamplingKernels& kernels = pick_sampling_kernels();
+        std::vector<Span> inside(nrows);
         for (int i = 0; i < nrows; ++i) {
-            const double dr = i - centre_row;
-            const Span inside = columns_inside(turn, dr, nrows, ncols);
-            float* const to = out.pixels[i];
-            clear_outside(to, inside, ncols, channels);
-            if (!inside.is_empty())
-                kernels.turn_row(pixels, channels, turn, dr,
-                                 static_cast<double>(inside.begin - centre_col),
-                                 to + channels * inside.begin, inside.end - inside.begin);
+            inside[i] = columns_inside(turn, i - centre_row, nrows, ncols);
+            clear_outside(out.pixels[i], inside[i], ncols, channels);
+        }
+        // Strips of columns, so that the rows of the source that neighbouring rows of the result
+        // cross are still in the cache.
+        const Index strip = channels > 1 ? 512 : 1024;
+        for (Index first = 0; first < ncols; first += strip) {
+            for (int i = 0; i < nrows; ++i) {
+                const Index begin = std::max(first, inside[i].begin);
+                const Index end = std::min(first + strip, inside[i].end);
+                if (begin < end)
+                    kernels.turn_row(pixels, channels, turn, i - centre_row,
+                                     static_cast<double>(begin - centre_col),
+                                     out.pixels[i] + channels * begin, end - begin);
+            }
         }
     });
 }
