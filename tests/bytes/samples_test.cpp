@@ -16,77 +16,60 @@ namespace {
 
 using namespace vorlane;
 
-// The low 64 bits of a number truncated toward zero, bit by bit from its mantissa.
-std::uint64_t whole_bits(float value) {
-    if (!(std::fabs(value) < 9223372036854775808.0f) && value != -9223372036854775808.0f)
-        return 0;
-    std::uint64_t magnitude = 0;
-    double rest = std::fabs(double{value});
-    for (int bit = 63; bit >= 0; --bit) {
-        if (rest >= std::ldexp(1.0, bit)) {
-            magnitude |= std::uint64_t{1} << bit;
-            rest -= std::ldexp(1.0, bit);
-        }
-    }
-    return value < 0.0f ? 0 - magnitude : magnitude;
-}
-
-// Numbers of every magnitude and sign, with the ones around each limit among them.
-std::vector<float> telling_floats() {
-    const float infinity = std::numeric_limits<float>::infinity();
-    std::vector<float> floats = {0.0f,   -0.0f,    0.99f,     -0.99f,    255.9f,        256.0f,
-                                 300.7f, -1.0f,    -1.5f,     70000.7f,  32767.5f,      32768.0f,
-                                 1e30f,  infinity, -infinity, -32768.9f, -2147483648.0f};
-    floats.push_back(std::numeric_limits<float>::quiet_NaN());
-    for (int exponent = 7; exponent < 66; ++exponent) {
-        for (const float side : {0.0f, 1.0f, 2.0f}) {
-            const float value = std::nextafter(std::ldexp(1.0f, exponent), side * 1e38f);
-            floats.push_back(value);
-            floats.push_back(-value);
-        }
-    }
-    std::mt19937 random(11);
-    for (int k = 0; k < 3000; ++k) {
-        const std::uint32_t bits = static_cast<std::uint32_t>(random());
-        float value;
-        std::memcpy(&value, &bits, sizeof value);
-        floats.push_back(k % 2 ? value : static_cast<float>(static_cast<int>(bits % 200000)) / 3);
-    }
-    return floats;
-}
-
-std::uint64_t low_first(const unsigned char* bytes, std::size_t count) {
-    std::uint64_t value = 0;
-    for (std::size_t k = 0; k < count; ++k)
-        value |= std::uint64_t{bytes[k]} << (8 * k);
-    return value;
-}
-
+// At every offset and tail of the vector loops, among numbers that fit 32 bits and ones that don't.
 TEST(Samples, WholeNumbersKeepTheLowBitsOfAnyFloat) {
-    const std::vector<float> floats = telling_floats();
-    std::vector<unsigned char> bytes(4 * floats.size());
-    // Every offset and tail of the vector loops.
-    for (const std::size_t first : {0, 1, 2, 3, 5, 7, 11, 13, 15}) {
-        const std::size_t count = floats.size() - first;
-        const float* const samples = floats.data() + first;
+    constexpr float infinity = std::numeric_limits<float>::infinity();
+    constexpr float two_to_63 = 9223372036854775808.0f;
+    const struct {
+        float sample;
+        std::uint32_t low_bits;
+    } cases[] = {
+        {0.99f, 0},
+        {-0.99f, 0},
+        {300.7f, 300},
+        {-1.5f, 0xFFFFFFFF},
+        {-32768.9f, 0xFFFF8000},
+        {8388609.0f, 0x800001},
+        {2147483520.0f, 0x7FFFFF80},
+        {2147483648.0f, 0x80000000},
+        {-2147483648.0f, 0x80000000},
+        {-2147483904.0f, 0x7FFFFF00},
+        {1e12f, 0xD4A50000}, // 0xE8D4A50000
+        {-1e12f, 0x2B5B0000},
+        {two_to_63 / 512 + 2147483648.0f, 0x80000000},
+        {two_to_63, 0},
+        {-two_to_63, 0},
+        {1e30f, 0},
+        {infinity, 0},
+        {-infinity, 0},
+        {std::nanf(""), 0},
+    };
+    std::mt19937 random(11);
+    std::vector<float> samples;
+    std::vector<std::uint32_t> expected;
+    for (int k = 0; k < 3000; ++k) {
+        const auto& c = cases[random() % (k % 300 < 150 ? 9 : std::size(cases))];
+        samples.push_back(c.sample);
+        expected.push_back(c.low_bits);
+    }
+    std::vector<unsigned char> bytes(4 * samples.size());
+    for (const std::size_t first : {0, 1, 2, 3, 5, 7, 11, 13, 15, 2970, 2999}) {
+        const std::size_t count = samples.size() - first;
+        const float* const from = samples.data() + first;
         const auto expect = [&](std::size_t size, bool high_first) {
-            for (std::size_t k = 0; k < count; ++k) {
-                unsigned char word[4];
-                std::memcpy(word, &bytes[k * size], size);
-                if (high_first)
-                    std::swap(word[0], word[1]);
-                const std::uint64_t mask = (std::uint64_t{1} << 8 * size) - 1;
-                ASSERT_EQ(low_first(word, size), whole_bits(samples[k]) & mask)
-                    << samples[k] << " in " << size << " bytes";
-            }
+            for (std::size_t k = 0; k < count; ++k)
+                for (std::size_t byte = 0; byte < size; ++byte)
+                    ASSERT_EQ(bytes[k * size + (high_first ? 1 - byte : byte)],
+                              expected[first + k] >> 8 * byte & 0xFF)
+                        << from[k] << " in " << size << " bytes";
         };
-        to_bytes(samples, bytes.data(), count);
+        to_bytes(from, bytes.data(), count);
         expect(1, false);
-        to_int16(samples, bytes.data(), count, ByteOrder::low_first);
+        to_int16(from, bytes.data(), count, ByteOrder::low_first);
         expect(2, false);
-        to_int16(samples, bytes.data(), count, ByteOrder::high_first);
+        to_int16(from, bytes.data(), count, ByteOrder::high_first);
         expect(2, true);
-        to_int32(samples, bytes.data(), count);
+        to_int32(from, bytes.data(), count);
         expect(4, false);
     }
 }
