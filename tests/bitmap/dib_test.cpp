@@ -22,11 +22,28 @@ protected:
         return bitmap.Read(&file);
     }
 
+    // A file of these bytes as it is written: it states its length.
+    static std::string with_length(const BmpBytes& bytes) {
+        std::string text = bytes.text();
+        const auto size = static_cast<std::uint32_t>(text.size());
+        std::memcpy(text.data() + 2, &size, 4);
+        return text;
+    }
+
     std::string written(CDib& bitmap) {
         CFile file(folder.path("out.bmp").c_str(), CFile::modeCreate | CFile::modeWrite);
         EXPECT_EQ(bitmap.Write(&file), 1);
         EXPECT_THROW(file.Write("x", 1), CFileException); // it is closed
         return folder.read("out.bmp");
+    }
+
+    // The samples of its float image, in rows of `count`.
+    static std::vector<float> floats(const CDib& bitmap, int count) {
+        int rows, cols, type;
+        float** const plane = bitmap.MakeFloatImage(&rows, &cols, &type);
+        const auto samples = samples_of(plane, rows, count);
+        free_2D_float_array(plane);
+        return samples;
     }
 
     static std::string block(const CDib& bitmap) {
@@ -50,17 +67,13 @@ TEST_F(Bitmaps, OfEachDepthAreLaidOutInWords) {
         EXPECT_EQ(bitmap.pixel_bytes, c.pixel);
         EXPECT_EQ(bitmap.ncolors, c.colours);
         EXPECT_EQ(bitmap.palette, nullptr);
-        const std::string bytes = written(bitmap);
-        EXPECT_EQ(bytes.size(), 54u + 4u * c.colours + bitmap.image_size);
         BmpBytes expected = {c.width, c.height, c.depth};
         expected.table.assign(4u * c.colours, '\0');
-        std::string text = expected.text();
-        const std::string counts = c.colours ? "\0\1\0\0\0\1\0\0"s : std::string(8, '\0');
-        text.replace(46, 8, counts);
+        expected.pixels.assign(bitmap.image_size, '\0');
+        std::string text = with_length(expected);
+        text.replace(46, 8, c.colours ? "\0\1\0\0\0\1\0\0"s : std::string(8, '\0'));
         text.replace(38, 8, 8, '\0'); // no pixels per metre
-        const auto size = static_cast<std::uint32_t>(bytes.size());
-        std::memcpy(text.data() + 2, &size, 4);
-        EXPECT_EQ(bytes, text + std::string(bitmap.image_size, '\0'));
+        EXPECT_EQ(written(bitmap), text);
     }
 }
 
@@ -100,9 +113,7 @@ TEST_F(Bitmaps, AreReadAndWrittenAgain) {
     EXPECT_EQ(bitmap.pixel_bytes, 1);
     EXPECT_EQ(bitmap.palette, nullptr);
     EXPECT_EQ(block(bitmap), "abcdefgh");
-    std::string expected = file.text();
-    expected.replace(2, 4, "\x3E\x04\0\0"s); // its length is 1086
-    EXPECT_EQ(written(bitmap), expected);
+    EXPECT_EQ(written(bitmap), with_length(file));
 }
 
 TEST_F(Bitmaps, CountTheirColoursAndDropGaps) {
@@ -115,9 +126,7 @@ TEST_F(Bitmaps, CountTheirColoursAndDropGaps) {
     EXPECT_EQ(bitmap.ncolors, 2);
     BmpBytes without_gap = file;
     without_gap.table.resize(8);
-    std::string expected = without_gap.text();
-    expected.replace(2, 4, "\x42\0\0\0"s);
-    EXPECT_EQ(written(bitmap), expected);
+    EXPECT_EQ(written(bitmap), with_length(without_gap));
 
     // A depth above 8 without a count has no table, with one it has.
     BmpBytes deep = {1, 1, 24};
@@ -125,17 +134,13 @@ TEST_F(Bitmaps, CountTheirColoursAndDropGaps) {
     CDib without_table;
     ASSERT_EQ(read(without_table, deep.text()), 1);
     EXPECT_EQ(without_table.ncolors, 16777216);
-    expected = deep.text();
-    expected.replace(2, 4, "\x3A\0\0\0"s);
-    EXPECT_EQ(written(without_table), expected);
+    EXPECT_EQ(written(without_table), with_length(deep));
     deep.colours_used = 300;
     deep.table.assign(1200, 'c');
     CDib with_table;
     ASSERT_EQ(read(with_table, deep.text()), 1);
     EXPECT_EQ(with_table.ncolors, 300);
-    expected = deep.text();
-    expected.replace(2, 4, "\xEA\x04\0\0"s);
-    EXPECT_EQ(written(with_table), expected);
+    EXPECT_EQ(written(with_table), with_length(deep));
 
     // Counts and depths past every shift and block.
     for (const auto& [depth, used] : std::vector<std::pair<int, std::uint32_t>>{
@@ -159,10 +164,7 @@ TEST_F(Bitmaps, FindTheirRowsByTheSizeOfTheBlock) {
     ASSERT_EQ(read(bitmap, file.text()), 1);
     EXPECT_EQ(bitmap.image_size, 16u);
     EXPECT_EQ(bitmap.row_bytes, 8);
-    int rows, cols, type;
-    float** plane = bitmap.MakeFloatImage(&rows, &cols, &type);
-    EXPECT_EQ(samples_of(plane, 2, 3), (std::vector<float>{'k', 'j', 'i', 'c', 'b', 'a'}));
-    free_2D_float_array(plane);
+    EXPECT_EQ(floats(bitmap, 3), (std::vector<float>{'k', 'j', 'i', 'c', 'b', 'a'}));
 
     // Too short for the rows: what lies outside the block is 0.
     file = {3, 2, 24, 10};
@@ -170,11 +172,8 @@ TEST_F(Bitmaps, FindTheirRowsByTheSizeOfTheBlock) {
     CDib small;
     ASSERT_EQ(read(small, file.text()), 1);
     EXPECT_EQ(small.row_bytes, 5);
-    plane = small.MakeFloatImage(&rows, &cols, &type);
-    EXPECT_EQ(samples_of(plane, 2, 9),
-              (std::vector<float>{'h', 'g', 'f', 0, 'j', 'i', 0, 0, 0, 'c', 'b', 'a', 'f', 'e', 'd',
-                                  'i', 'h', 'g'}));
-    free_2D_float_array(plane);
+    EXPECT_EQ(floats(small, 9), (std::vector<float>{'h', 'g', 'f', 0, 'j', 'i', 0, 0, 0, 'c', 'b',
+                                                    'a', 'f', 'e', 'd', 'i', 'h', 'g'}));
     CMemoryDC device(6, 4, CMemoryDC::true_colour);
     EXPECT_EQ(small.Draw(&device, 0, 0, 6, 4), 1);
     for (const std::uint32_t size : {1u, 2u}) { // rows of no bytes
@@ -250,6 +249,10 @@ TEST_F(Bitmaps, OfAnyDepthAreReadButOnlyTwoGiveImages) {
         int rows = -7, cols = -7, type = -7;
         EXPECT_EQ(read_bmp_image(folder.path("in.bmp").c_str(), &rows, &cols, &type), nullptr);
         EXPECT_EQ(std::vector({rows, cols, type}), (std::vector{2, 3, -7}));
+        EXPECT_EQ(bitmap.MakeFloatImage(&rows, &cols, &type), nullptr);
+        const CImage untouched(2, 3, 0, 3, 4);
+        EXPECT_EQ(bitmap.MakeKnownFloatImage(untouched.pixels, 0), 1);
+        EXPECT_EQ(samples_of(untouched), std::vector<float>(6, 0.0f));
         CDib again;
         ASSERT_EQ(read(again, written(bitmap)), 1);
         EXPECT_EQ(block(again), block(bitmap));
@@ -281,15 +284,9 @@ TEST_F(Bitmaps, WithLongHeadersAndMasksAreWrittenAsTheyWere) {
         SCOPED_TRACE(testing::Message() << file.depth << " bits, " << file.info_size);
         CDib bitmap;
         ASSERT_EQ(read(bitmap, file.text()), 1);
-        std::string expected = file.text();
-        const auto size = static_cast<std::uint32_t>(expected.size());
-        std::memcpy(expected.data() + 2, &size, 4);
-        EXPECT_EQ(written(bitmap), expected);
+        EXPECT_EQ(written(bitmap), with_length(file));
         if (file.depth == 8) {
-            int rows, cols, type;
-            float** const plane = bitmap.MakeFloatImage(&rows, &cols, &type);
-            EXPECT_EQ(samples_of(plane, 1, 6), (std::vector<float>{99, 98, 97, 100, 99, 98}));
-            free_2D_float_array(plane);
+            EXPECT_EQ(floats(bitmap, 6), (std::vector<float>{99, 98, 97, 100, 99, 98}));
         }
     }
     // What the file has no room for isn't written either: a biSize, masks, an own profile.
