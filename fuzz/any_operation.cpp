@@ -1,7 +1,7 @@
 #include "any_operation.h"
 
 #include <algorithm>
-#include <cstdlib>
+#include <iterator>
 #include <utility>
 #include <vector>
 
@@ -21,12 +21,17 @@ int any_factor(const CImage& image, ByteInput& input) {
     return pixels * factor * factor <= most_pixels ? factor : 1;
 }
 
-void set_record(const vorlane::Plane& coef, ByteInput& input) {
+CImage* enlarge(const CImage& a, const CImage&, ByteInput& input) {
+    const int factor = any_factor(a, input);
+    return a.Enlarge(factor, input.below(2));
+}
+
+CImage* filter(const CImage& a, const CImage&, ByteInput& input) {
+    const vorlane::Plane coef(5, 5);
     const float sigma = input.sigma();
-    if (input.below(2) == 0)
-        ga(sigma, coef.get());
-    else
-        fdga(sigma, coef.get());
+    (input.below(2) == 0 ? ga : fdga)(sigma, coef.get());
+    return input.below(2) == 0 ? a.apply_IIR4_filter_x(coef.get())
+                               : a.apply_IIR4_filter_y(coef.get());
 }
 
 float** any_plane(const CImage& image, ByteInput& input) {
@@ -39,6 +44,110 @@ float** any_plane(const CImage& image, ByteInput& input) {
             plane[i][j] = input.sample();
     return plane;
 }
+
+using Source = const CImage&;
+
+// Their numbers are those of the corpora. Arguments are braced, which reads them from left to right.
+constexpr CImage* (*operations[])(Source, Source, ByteInput&) = {
+    [](Source a, Source, ByteInput&) { return new CImage(&a); },
+    [](Source a, Source, ByteInput&) { return a.Invert(); },
+    [](Source a, Source b, ByteInput&) { return a.Multseq(&b); },
+    [](Source a, Source b, ByteInput&) { return a.Addseq(&b); },
+    [](Source a, Source b, ByteInput&) { return a.Orseq(&b); },
+    [](Source a, Source b, ByteInput&) { return a.Andseq(&b); },
+    [](Source a, Source b, ByteInput&) { return a.Maxseq(&b); },
+    [](Source a, Source b, ByteInput&) { return a.Minseq(&b); },
+    [](Source a, Source b, ByteInput&) { return a.Superpose(&b); },
+    [](Source a, Source, ByteInput&) { return a.MakeGray(); },
+    [](Source a, Source, ByteInput& input) { return a.MakeColor(input.below(2)); },
+    [](Source a, Source, ByteInput&) { return a.RGB_to_LUV(); },
+    [](Source a, Source, ByteInput& input) { return a.Median(input.below(24)); },
+    [](Source a, Source, ByteInput& input) { return a.Median(input.below(24)); },
+    [](Source a, Source, ByteInput& input) { return a.Threshold(input.sample()); },
+    [](Source a, Source, ByteInput& input) { return a.DistanceFilter(input.below(12)); },
+    [](Source a, Source, ByteInput&) { return a.Chamfer(); },
+    [](Source a, Source, ByteInput& input) {
+        const int r[] = {input.whole(), input.whole(), input.whole(), input.whole()};
+        return a.Extract(r[0], r[1], r[2], r[3]);
+    },
+    [](Source a, Source, ByteInput&) { return a.Reduce(2, 1); },
+    [](Source a, Source, ByteInput& input) { return a.Reduce(input.whole(), 0); },
+    enlarge,
+    enlarge,
+    [](Source a, Source, ByteInput& input) {
+        const int shift[] = {input.whole(), input.whole()};
+        return a.Translate(shift[0], shift[1]);
+    },
+    [](Source a, Source, ByteInput& input) { return a.Rotate(input.whole()); },
+    [](Source a, Source, ByteInput& input) {
+        const float rows = static_cast<float>(any_factor(a, input)) * 0.37f;
+        return a.Scale(rows, input.below(3) == 0 ? 0.0f : 1.1f);
+    },
+    [](Source a, Source, ByteInput& input) {
+        const int size[] = {input.below(120), input.below(120)};
+        return a.Scale(size[0], size[1]);
+    },
+    filter,
+    filter,
+    [](Source a, Source, ByteInput& input) { return a.smooth_image(input.sigma()); },
+    [](Source a, Source, ByteInput& input) { return a.first_derivative_x(input.sigma()); },
+    [](Source a, Source, ByteInput& input) { return a.first_derivative_y(input.sigma()); },
+    [](Source a, Source, ByteInput&) { return a.non_maximum_suppression(); },
+    [](Source a, Source, ByteInput& input) {
+        const float thresholds[] = {input.sample(), input.sample()};
+        return a.hysteresis_thresholding(thresholds[0], thresholds[1]);
+    },
+};
+
+constexpr void (*changes[])(CImage&, Source, ByteInput&) = {
+    [](CImage& a, Source b, ByteInput&) {
+        if (a.nrows == b.nrows && a.ncols == b.ncols)
+            a = b;
+    },
+    [](CImage& a, Source, ByteInput& input) {
+        const float range[] = {input.sample(), input.sample()};
+        a.Normalize(range[0], range[1]);
+    },
+    [](CImage& a, Source, ByteInput& input) {
+        CImage red(a.nrows, a.ncols, 0, 4, 6), green(a.nrows, a.ncols, 0, 4, 6);
+        CImage blue(a.nrows, input.below(50), 0, 4, 6);
+        a.ComputeRGB(&red, &green, &blue);
+        touch(red);
+    },
+    [](CImage& a, Source, ByteInput& input) {
+        const int ends[] = {input.whole(), input.whole(), input.whole(), input.whole()};
+        a.DrawLine(ends[0], ends[1], ends[2], ends[3], input.sample());
+    },
+    [](CImage& a, Source, ByteInput& input) {
+        const int at[] = {input.whole(), input.whole()};
+        const float radius = input.sample();
+        a.DrawCircle(at[0], at[1], radius, input.sample());
+    },
+    [](CImage& a, Source, ByteInput& input) {
+        const int at[] = {input.whole(), input.whole()};
+        const float value = input.sample();
+        a.DrawCross(at[0], at[1], value, input.whole());
+    },
+    [](CImage& a, Source, ByteInput& input) {
+        const int at[] = {input.whole(), input.whole()};
+        const float fill = input.sample();
+        a.FillObject(at[0], at[1], fill, input.sample());
+    },
+    [](CImage& a, Source, ByteInput& input) { a.FillConvexObject(input.sample()); },
+    [](CImage& a, Source, ByteInput& input) {
+        const int at[] = {input.whole(), input.whole()};
+        a.follow_edge(&a, at[0], at[1], input.sample());
+    },
+    [](CImage& a, Source, ByteInput&) { a.SobelFilter(); },
+    [](CImage& a, Source, ByteInput& input) { a.edges_mag_dir(input.sigma()); },
+    [](CImage& a, Source, ByteInput& input) { a.edges_mag_dir(input.sigma()); },
+    [](CImage& a, Source b, ByteInput& input) {
+        const float from = input.sigma(), to = input.sigma();
+        const int scales = input.below(4), bright = input.below(2), dark = input.below(2);
+        SetRidgeProgress([](int, float, void*) {}, nullptr);
+        a.ridges(from, to, scales, bright, dark, input.below(2) == 0 ? nullptr : &b);
+    },
+};
 
 } // namespace
 
@@ -73,154 +182,9 @@ ImagePtr make_any_image(ByteInput& input) {
 }
 
 ImagePtr apply_any_operation(const CImage& a, const CImage& b, ByteInput& input) {
-    const auto apply = [&]() -> CImage* {
-        switch (input.below(33)) {
-        case 0:
-            return new CImage(&a);
-        case 1:
-            return a.Invert();
-        case 2:
-            return a.Multseq(&b);
-        case 3:
-            return a.Addseq(&b);
-        case 4:
-            return a.Orseq(&b);
-        case 5:
-            return a.Andseq(&b);
-        case 6:
-            return a.Maxseq(&b);
-        case 7:
-            return a.Minseq(&b);
-        case 8:
-            return a.Superpose(&b);
-        case 9:
-            return a.MakeGray();
-        case 10:
-            return a.MakeColor(input.below(2));
-        case 11:
-            return a.RGB_to_LUV();
-        case 12:
-        case 13:
-            return a.Median(input.below(24));
-        case 14:
-            return a.Threshold(input.sample());
-        case 15:
-            return a.DistanceFilter(input.below(12));
-        case 16:
-            return a.Chamfer();
-        case 17: {
-            const int row = input.whole(), col = input.whole(), rows = input.whole();
-            return a.Extract(row, col, rows, input.whole());
-        }
-        case 18:
-            return a.Reduce(2, 1);
-        case 19:
-            return a.Reduce(input.whole(), 0);
-        case 20:
-        case 21: {
-            const int factor = any_factor(a, input);
-            return a.Enlarge(factor, input.below(2));
-        }
-        case 22: {
-            const int rows = input.whole();
-            return a.Translate(rows, input.whole());
-        }
-        case 23:
-            return a.Rotate(input.whole());
-        case 24: {
-            const float rows = static_cast<float>(any_factor(a, input)) * 0.37f;
-            return a.Scale(rows, input.below(3) == 0 ? 0.0f : 1.1f);
-        }
-        case 25: {
-            const int rows = input.below(120);
-            return a.Scale(rows, input.below(120));
-        }
-        case 26:
-        case 27: {
-            const vorlane::Plane coef(5, 5);
-            set_record(coef, input);
-            return input.below(2) == 0 ? a.apply_IIR4_filter_x(coef.get())
-                                       : a.apply_IIR4_filter_y(coef.get());
-        }
-        case 28:
-            return a.smooth_image(input.sigma());
-        case 29:
-            return a.first_derivative_x(input.sigma());
-        case 30:
-            return a.first_derivative_y(input.sigma());
-        case 31:
-            return a.non_maximum_suppression();
-        default: {
-            const float high = input.sample();
-            return a.hysteresis_thresholding(high, input.sample());
-        }
-        }
-    };
-    return ImagePtr(apply());
+    return ImagePtr(operations[input.below(std::size(operations))](a, b, input));
 }
 
 void apply_any_change(CImage& a, const CImage& b, ByteInput& input) {
-    switch (input.below(13)) {
-    case 0:
-        if (a.nrows == b.nrows && a.ncols == b.ncols)
-            a = b;
-        break;
-    case 1: {
-        const float lo = input.sample();
-        a.Normalize(lo, input.sample());
-        break;
-    }
-    case 2: {
-        CImage red(a.nrows, a.ncols, 0, 4, 6), green(a.nrows, a.ncols, 0, 4, 6);
-        CImage blue(a.nrows, input.below(50), 0, 4, 6);
-        a.ComputeRGB(&red, &green, &blue);
-        touch(red);
-        break;
-    }
-    case 3: {
-        const int row = input.whole(), col = input.whole(), row2 = input.whole(),
-                  col2 = input.whole();
-        a.DrawLine(row, col, row2, col2, input.sample());
-        break;
-    }
-    case 4: {
-        const int row = input.whole(), col = input.whole();
-        const float radius = input.sample();
-        a.DrawCircle(row, col, radius, input.sample());
-        break;
-    }
-    case 5: {
-        const int row = input.whole(), col = input.whole();
-        const float value = input.sample();
-        a.DrawCross(row, col, value, input.whole());
-        break;
-    }
-    case 6: {
-        const int row = input.whole(), col = input.whole();
-        const float fill = input.sample();
-        a.FillObject(row, col, fill, input.sample());
-        break;
-    }
-    case 7:
-        a.FillConvexObject(input.sample());
-        break;
-    case 8: {
-        const int row = input.whole(), col = input.whole();
-        a.follow_edge(&a, row, col, input.sample());
-        break;
-    }
-    case 9:
-        a.SobelFilter();
-        break;
-    case 10:
-    case 11:
-        a.edges_mag_dir(input.sigma());
-        break;
-    default: {
-        const float from = input.sigma(), to = input.sigma();
-        const int scales = input.below(4), bright = input.below(2), dark = input.below(2);
-        SetRidgeProgress([](int, float, void*) {}, nullptr);
-        a.ridges(from, to, scales, bright, dark, input.below(2) == 0 ? nullptr : &b);
-    }
-    }
+    changes[input.below(std::size(changes))](a, b, input);
 }
