@@ -14,11 +14,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                 const CImage* const frame = movie->next();
                 if (!frame)
                     break;
-                const int channels = frame->image_type == 1 ? 3 : 1;
-                volatile float last =
-                    frame->pixels[frame->nrows - 1]
-                                 [static_cast<std::ptrdiff_t>(frame->ncols) * channels - 1];
-                static_cast<void>(last);
+                touch_last(*frame);
             }
             movie->seek(1);
             movie->next();

@@ -11,9 +11,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string path = input_path(data, size);
     try {
         const vorlane::host::Volume volume = vorlane::host::open_volume(path);
-        const CImage& slice = volume.volume->slices[volume.volume->nslices - 1];
-        volatile float last = slice.pixels[slice.nrows - 1][slice.ncols - 1];
-        static_cast<void>(last);
+        touch_last(volume.volume->slices[volume.volume->nslices - 1]);
     } catch (const vorlane::host::Error&) {
     }
     return 0;

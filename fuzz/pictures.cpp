@@ -10,13 +10,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         try {
             vorlane::host::OpenOptions options;
             options.allow_truncated = allow_truncated;
-            const auto picture = vorlane::host::open_picture(path, options);
-            const CImage& image = *picture.image;
-            const int channels = image.image_type == 1 ? 3 : 1;
-            volatile float last =
-                image.pixels[image.nrows - 1]
-                            [static_cast<std::ptrdiff_t>(image.ncols) * channels - 1];
-            (void)last;
+            touch_last(*vorlane::host::open_picture(path, options).image);
         } catch (const vorlane::host::Error&) {
         }
     }
