@@ -78,11 +78,11 @@ struct RangeRule {
 
 struct SaveOptions {
     Depth depth = Depth::automatic;
-    RangeRule range;
+    RangeRule range = {};
     int source_bits = 0; // of the picture that the image was made from: 16 asks for 16 bits where
                          // its own floats have no place
     bool gray = false;   // turn colour into gray
-    std::string as;      // "png": the format, in place of the path's ending; "-" needs one
+    std::string as = {}; // "png": the format, in place of the path's ending; "-" needs one
     int quality = 92;    // of a JPEG, 1 to 100
 };
 

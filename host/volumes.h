@@ -27,8 +27,8 @@ struct Volume {
 };
 
 struct OpenVolumeOptions {
-    std::string series;     // of a folder: the series, by its unique number or its end
-    bool leave_out = false; // slices that can't be read are left out, with a note
+    std::string series = {}; // of a folder: the series, by its unique number or its end
+    bool leave_out = false;  // slices that can't be read are left out, with a note
     std::function<void(int done, int count)> progress = {}; // slices; may throw
 };
 

@@ -48,10 +48,8 @@ TEST_F(Devices, AColonMayStandInAName) {
 }
 
 TEST_F(Devices, ADeviceThatIsFullGivesAnError) {
-    SaveOptions as_map;
-    as_map.as = "PPM";
     try {
-        save_picture(pixel, "/dev/full", as_map);
+        save_picture(pixel, "/dev/full", {.as = "PPM"});
         FAIL() << "written";
     } catch (const Error& error) {
         EXPECT_STREQ(error.what(), "/dev/full: can't be written: No space left on device");

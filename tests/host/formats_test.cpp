@@ -170,9 +170,7 @@ TEST_F(Formats, PngAndTiffGoThereAndBackAtEveryDepth) {
     save_picture(real, folder.path("a.tif"));
     EXPECT_EQ(read("a.tif"), values);
     EXPECT_TRUE(open_picture(folder.path("a.tif")).is_float);
-    SaveOptions floats;
-    floats.depth = Depth::float32;
-    EXPECT_THROW(save_picture(real, folder.path("a.png"), floats), Error);
+    EXPECT_THROW(save_picture(real, folder.path("a.png"), {.depth = Depth::float32}), Error);
 }
 
 TEST_F(Formats, EveryKindOfTiffIsReadAsAnotherProgramReadsIt) {
@@ -276,20 +274,17 @@ TEST_F(Formats, EveryKindOfJpegIsReadAsAnotherProgramReadsIt) {
                                            "-colorspace CMYK"};
     ASSERT_TRUE(convert_photo(ways, ".jpg"));
     expect_same_photos(ways, ".jpg", 1.0);
-    SaveOptions fine;
-    fine.quality = 100;
-    save_picture(*open_picture(folder.path("photo.ppm")).image, folder.path("fine.jpg"), fine);
-    SaveOptions coarse;
-    coarse.quality = 10;
-    save_picture(*open_picture(folder.path("photo.ppm")).image, folder.path("coarse.jpg"), coarse);
+    save_picture(*open_picture(folder.path("photo.ppm")).image, folder.path("fine.jpg"),
+                 {.quality = 100});
+    save_picture(*open_picture(folder.path("photo.ppm")).image, folder.path("coarse.jpg"),
+                 {.quality = 10});
     EXPECT_LT(2 * folder.read("coarse.jpg").size(), folder.read("fine.jpg").size());
 }
 
 TEST_F(Formats, ShortAndBrokenFilesAreRefused) {
     const std::string sentence =
         "is shorter than its header says; the option allow-truncated takes what is there";
-    OpenOptions allow;
-    allow.allow_truncated = true;
+    OpenOptions allow = {.allow_truncated = true};
     for (const std::string name : {"PNG", "JPEG", "TIFF"}) {
         if (!has_format(name))
             continue;

@@ -40,13 +40,11 @@ double distance(const CImage& a, const CImage& b) {
 }
 
 MovieSettings settings_of(int image_type, double rate, int pixel_format = PixelFormat::byte) {
-    MovieSettings settings;
-    settings.rows = rows;
-    settings.cols = cols;
-    settings.image_type = image_type;
-    settings.rate = rate;
-    settings.pixel_format = pixel_format;
-    return settings;
+    return {.rows = rows,
+            .cols = cols,
+            .image_type = image_type,
+            .pixel_format = pixel_format,
+            .rate = rate};
 }
 
 void write(const std::string& path, const MovieSettings& settings, int count, double unit = 1.0) {
@@ -155,12 +153,8 @@ TEST(MovieWriter, BringsValuesIntoBytesByTheRule) {
     host::RangeOfFrames range;
     range.add(wide);
     const auto bytes_by = [&](host::RangeRule rule) {
-        MovieSettings settings;
-        settings.rows = 1;
-        settings.cols = 4;
-        settings.range = rule;
         const std::string path = folder.path("m.tq");
-        const auto writer = host::create_movie(path, settings);
+        const auto writer = host::create_movie(path, {.rows = 1, .cols = 4, .range = rule});
         writer->add(wide);
         writer->finish();
         const auto movie = host::open_movie(path);

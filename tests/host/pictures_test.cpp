@@ -137,13 +137,9 @@ TEST_F(Pictures, ShortFilesAreRefusedUnlessAllowed) {
     };
     for (const std::string& bytes : shortened) {
         EXPECT_EQ(why_not(bytes), sentence) << bytes;
-        OpenOptions allow;
-        allow.allow_truncated = true;
-        EXPECT_GT(open(bytes, allow).image->nrows, 0) << bytes;
+        EXPECT_GT(open(bytes, {.allow_truncated = true}).image->nrows, 0) << bytes;
     }
-    OpenOptions allow;
-    allow.allow_truncated = true;
-    EXPECT_EQ(read("P5\n2 2\n255\nab", allow), (Line{'a', 'b', 'b', 'b'}));
+    EXPECT_EQ(read("P5\n2 2\n255\nab", {.allow_truncated = true}), (Line{'a', 'b', 'b', 'b'}));
 }
 
 TEST_F(Pictures, WhatIsNoPictureIsNamedAndRefused) {
@@ -189,9 +185,7 @@ TEST_F(Pictures, HeadersWithoutAMeaningAreRefused) {
     EXPECT_EQ(why_not("TQ\n2 2\n0\n0\n"), "is a TQ file without samples");
     EXPECT_EQ(why_not("TQ\n99999999999 2\n4\n0\n"), "is shorter than its header says; the option "
                                                     "allow-truncated takes what is there");
-    OpenOptions allow;
-    allow.allow_truncated = true;
-    EXPECT_EQ(why_not("P5\n100000 100000\n255\n", allow),
+    EXPECT_EQ(why_not("P5\n100000 100000\n255\n", {.allow_truncated = true}),
               "says 100000 x 100000 pixels, which a file of its length can't hold");
     EXPECT_EQ(why_not("BM" + std::string(8, '\0') +
                       "\x36\0\0\0\x28\0\0\0\1\0\0\0\1\0\0\0\1\0\x20\0"s + std::string(40, '\0')),
@@ -211,8 +205,7 @@ TEST_F(Pictures, AScannersFileNeedsItsHeaderOrTheOption) {
     EXPECT_EQ(why_not(samples).substr(0, 40), "isn't a picture of a known kind; see vor");
     EXPECT_EQ(why_not("a text on ACR-NEMA\n" + std::string(200, 'x')).substr(0, 20),
               "is no picture (text)");
-    OpenOptions scanner;
-    scanner.scanner = true;
+    const OpenOptions scanner = {.scanner = true};
     EXPECT_EQ(read(samples, scanner), expected);
     EXPECT_EQ(why_not("short", scanner), "is too short for a scanner's image");
 }
@@ -247,8 +240,7 @@ TEST_F(Pictures, DepthFollowsTheImageAndLosesNothing) {
     EXPECT_EQ(there_and_back(*wide, "a.tq"), (Line{3, 40000})) << "as floats";
     const auto dark = gray(1, 2, {3, 4}, PixelFormat::int16);
     EXPECT_EQ(save(*dark, "a.pgm"), "P5\n2 1\n65535\n\0\3\0\4"s);
-    SaveOptions bytes;
-    bytes.depth = Depth::bits8;
+    SaveOptions bytes = {.depth = Depth::bits8};
     EXPECT_EQ(save(*dark, "a.pgm", bytes), "P5\n2 1\n255\n\3\4");
     const auto real = gray(1, 3, {-1.5f, 0.25f, NAN}, PixelFormat::float32);
     const Line back = there_and_back(*real, "a.pfm");
@@ -258,12 +250,9 @@ TEST_F(Pictures, DepthFollowsTheImageAndLosesNothing) {
     EXPECT_EQ(there_and_back(*gray(1, 2, {-7, 2000}, PixelFormat::byte), "a.tq"), (Line{-7, 2000}));
     const auto result = gray(1, 2, {3, 300.25f}, PixelFormat::float32);
     EXPECT_EQ(there_and_back(*result, "a.pgm"), (Line{0, 255}));
-    SaveOptions from_words;
-    from_words.source_bits = 16;
-    EXPECT_EQ(there_and_back(*result, "a.pgm", from_words), (Line{3, 300}));
-    SaveOptions words;
-    words.depth = Depth::bits16;
-    EXPECT_EQ(save(*gray(1, 2, {255, 1}), "a.pgm", words), "P5\n2 1\n65535\n\0\xFF\0\1"s);
+    EXPECT_EQ(there_and_back(*result, "a.pgm", {.source_bits = 16}), (Line{3, 300}));
+    EXPECT_EQ(save(*gray(1, 2, {255, 1}), "a.pgm", {.depth = Depth::bits16}),
+              "P5\n2 1\n65535\n\0\xFF\0\1"s);
 }
 
 TEST_F(Pictures, ValuesThatFitAreRounded) {
@@ -279,8 +268,7 @@ TEST_F(Pictures, ValuesThatDontFitFollowTheRule) {
     const auto values = gray(1, 3, {-100, 155, 410});
     EXPECT_EQ(there_and_back(*values, "a.pgm"), (Line{0, 128, 255}));
     EXPECT_EQ(note(), "values -100 to 410 stretched to 0 to 255");
-    SaveOptions options;
-    options.range = rule("clamp");
+    SaveOptions options = {.range = rule("clamp")};
     EXPECT_EQ(there_and_back(*values, "a.bmp", options), (Line{0, 155, 255}));
     EXPECT_EQ(note(), "values -100 to 410 clamped to 0 to 255");
     options.range = rule("wrap");
@@ -318,8 +306,7 @@ TEST_F(Pictures, WhatAFormatCantHoldIsRefusedAndNothingIsLeft) {
         EXPECT_FALSE(folder.has(name)) << name;
         return text.starts_with(path) ? text.substr(path.size() + 2) : text;
     };
-    SaveOptions floats;
-    floats.depth = Depth::float32;
+    SaveOptions floats = {.depth = Depth::float32};
     EXPECT_EQ(why(*photo, "a.pgm", {}),
               "PGM holds no colour; the option gray takes its luminance, or write .ppm");
     EXPECT_EQ(why(*photo, "a.raw", {}),
@@ -333,9 +320,7 @@ TEST_F(Pictures, WhatAFormatCantHoldIsRefusedAndNothingIsLeft) {
     EXPECT_EQ(why(CImage(), "a.pgm", {}), "the picture has no pixels, so nothing is written");
     EXPECT_EQ(why(*photo, "a.docx", {}).substr(0, 41), "the format of its ending isn't known; end");
     EXPECT_EQ(why(*photo, "none/a.ppm", {}), "can't be written: No such file or directory");
-    SaveOptions grayed;
-    grayed.gray = true;
-    EXPECT_EQ(there_and_back(*photo, "a.pgm", grayed), (Line{3}));
+    EXPECT_EQ(there_and_back(*photo, "a.pgm", {.gray = true}), (Line{3}));
     EXPECT_THROW(rule("5:5"), UsageError);
     EXPECT_THROW(rule("1:2x"), UsageError);
     EXPECT_THROW(parse_depth("9"), UsageError);

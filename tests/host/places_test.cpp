@@ -51,11 +51,7 @@ TEST(HostsAtBadPlaces, ReadersNameTheFile) {
 }
 
 void write_movie(const std::string& path) {
-    MovieSettings settings;
-    settings.rows = 60;
-    settings.cols = 70;
-    settings.frame_count = 4;
-    const auto movie = create_movie(path, settings);
+    const auto movie = create_movie(path, {.rows = 60, .cols = 70, .frame_count = 4});
     for (unsigned n = 0; n < 4; ++n)
         movie->add(*make_random(60, 70, 0, n, true));
     movie->finish();
@@ -63,9 +59,7 @@ void write_movie(const std::string& path) {
 
 void write_volume(const std::string& path) {
     CVolume volume(3, 60, 70, 0, 21, 6);
-    SaveVolumeOptions options;
-    options.force = true;
-    save_volume(volume, path, options);
+    save_volume(volume, path, {.force = true});
 }
 
 TEST(HostsAtBadPlaces, WritersLeaveWhatWasThere) {

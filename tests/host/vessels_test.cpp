@@ -81,10 +81,8 @@ TEST(Vessels, AnswerALineOfEveryDirectionAlike) {
         EXPECT_NEAR(center(*l.smallest), -curvature, 0.02 * curvature);
         EXPECT_NEAR(center(*l.middle), -curvature, 0.02 * curvature);
         EXPECT_NEAR(center(*l.largest), 0.0, 0.02 * curvature);
-        host::VesselOptions options;
-        options.from = options.to = sigma;
-        options.count = 1;
-        const host::VesselMap map = host::find_vessels(*volume, options);
+        const host::VesselMap map =
+            host::find_vessels(*volume, {.from = sigma, .to = sigma, .count = 1});
         EXPECT_NEAR(center(*map.strength), sigma * sigma * curvature,
                     0.02 * sigma * sigma * curvature);
     }
@@ -99,11 +97,11 @@ TEST(Vessels, TellLinesSheetsAndBlobsApart) {
             for (int n = 0; n < 3; ++n) {
                 float answers[3];
                 for (int s = 0; s < 3; ++s) {
-                    host::VesselOptions options;
-                    options.from = options.to = 2.0;
-                    options.count = 1;
-                    options.measure = measure;
-                    options.structure = structures[s];
+                    host::VesselOptions options = {.from = 2.0,
+                                                   .to = 2.0,
+                                                   .count = 1,
+                                                   .structure = structures[s],
+                                                   .measure = measure};
                     answers[s] = center(*host::find_vessels(*volumes[n], options).strength);
                 }
                 for (int s = 0; s < 3; ++s)
@@ -115,10 +113,7 @@ TEST(Vessels, TellLinesSheetsAndBlobsApart) {
 }
 
 TEST(Vessels, FindTheScaleAndTheSign) {
-    host::VesselOptions options;
-    options.from = 1.0;
-    options.to = 4.0;
-    options.count = 7;
+    host::VesselOptions options = {.from = 1.0, .to = 4.0, .count = 7};
     // gamma^2 w^2 / s^4 is largest where sigma is the width of the line.
     const host::VesselMap map = host::find_vessels(*line_along({0, 0, 1}, 2.5), options);
     EXPECT_EQ(center(*map.scale), 2.5f);
@@ -137,10 +132,7 @@ TEST(Vessels, FindTheScaleAndTheSign) {
 TEST(Vessels, StayAwayFromAnEvenVolume) {
     const host::VolumePtr even = volume_of([](const Vector&) { return 77.0; });
     for (const VesselMeasure measure : {VesselMeasure::sato, VesselMeasure::frangi}) {
-        host::VesselOptions options;
-        options.measure = measure;
-        options.c = 10.0;
-        const host::VesselMap map = host::find_vessels(*even, options);
+        const host::VesselMap map = host::find_vessels(*even, {.measure = measure, .c = 10.0});
         float largest = 0.0f;
         for (int k = 0; k < side; ++k) {
             for (int i = 0; i < side; ++i)
@@ -154,12 +146,8 @@ TEST(Vessels, StayAwayFromAnEvenVolume) {
 
 TEST(Vessels, RefuseArgumentsWithoutAMeaning) {
     const host::VolumePtr volume = blob(2.0);
-    host::VesselOptions options;
-    options.count = 0;
-    EXPECT_THROW(host::find_vessels(*volume, options), host::UsageError);
-    options = {};
-    options.beta = 0.0;
-    EXPECT_THROW(host::find_vessels(*volume, options), host::UsageError);
+    EXPECT_THROW(host::find_vessels(*volume, {.count = 0}), host::UsageError);
+    EXPECT_THROW(host::find_vessels(*volume, {.beta = 0.0}), host::UsageError);
     EXPECT_THROW(host::hessian_eigenvalues(*volume, 0.1), host::UsageError);
     EXPECT_THROW(host::hessian_eigenvalues(CVolume(), 1.0), host::UsageError);
 }

@@ -60,10 +60,7 @@ TEST(Volumes, ComeBackInEveryEncoding) {
     for (const auto& one : cases) {
         const host::VolumePtr volume = volume_of(one.unit, one.lowest);
         EXPECT_EQ(host::encoding_of_values(*volume), one.encoding);
-        host::SaveVolumeOptions options;
-        options.force = true;
-        options.pixel_format = one.encoding;
-        host::save_volume(*volume, path, options);
+        host::save_volume(*volume, path, {.force = true, .pixel_format = one.encoding});
         const host::Volume back = host::open_volume(path);
         EXPECT_EQ(back.volume->pixel_format, one.encoding);
         expect_same(*back.volume, *volume);
@@ -88,10 +85,9 @@ TEST(Volumes, TakeASeriesOfPicturesOfAnyName) {
     ASSERT_EQ(volume.volume->nslices, 3);
     EXPECT_EQ(volume.volume->slices[2].pixels[0][1], 11.0f);
     std::filesystem::remove(scratch.path("my slices/s010.pgm"));
-    EXPECT_NE(message_of(text).find("s10.pgm: can't be opened"), std::string::npos) << message_of(text);
-    host::OpenVolumeOptions options;
-    options.leave_out = true;
-    const host::Volume rest = host::open_volume(text, options);
+    EXPECT_NE(message_of(text).find("s10.pgm: can't be opened"), std::string::npos)
+        << message_of(text);
+    const host::Volume rest = host::open_volume(text, {.leave_out = true});
     EXPECT_EQ(rest.volume->nslices, 2);
     EXPECT_EQ(rest.notes.size(), 1u);
     write(scratch.path("my slices/s010.pgm"), "P5\n1 1\n255\nx");
