@@ -10,6 +10,10 @@ function(vorlane_windows_exports result)
   list(TRANSFORM names REPLACE "P12PALETTEENTRY" "P15tagPALETTEENTRY")
   # Integers of 64 bits have another name.
   list(TRANSFORM names REPLACE "^(_Z14AVIStreamWriteP10IAVIStreamiiPKv)l" "\\1x")
-  list(TRANSFORM names REPLACE "^(_Z18make_2D_float_viewPfii)l" "\\1x")
+  set(offset x)
+  if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+    set(offset i) # std::ptrdiff_t
+  endif()
+  list(TRANSFORM names REPLACE "^(_Z18make_2D_float_viewPfii)l" "\\1${offset}")
   set(${result} ${names} PARENT_SCOPE)
 endfunction()
