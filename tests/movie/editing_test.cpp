@@ -6,6 +6,10 @@
 #include <filesystem>
 #include <limits>
 
+#ifndef _WIN32
+#include <unistd.h>
+#endif
+
 #include <gtest/gtest.h>
 
 #include <support/messages.h>
@@ -42,6 +46,7 @@ TEST(MovieEditing, TakesApartAndPutsTogether) {
 #ifndef _WIN32 // where the folder above is the user's own
     EXPECT_EQ(std::filesystem::status(path.parent_path()).permissions(),
               std::filesystem::perms::owner_all);
+    EXPECT_EQ(path.parent_path().filename(), std::to_string(getpid())); // nobody else's name
 #endif
 
     movie.ImagesFromVideo(f.c_str(), largest - 2, ".pgm", 1, 4);

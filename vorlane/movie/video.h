@@ -154,8 +154,9 @@ public:
     // The operations below give a new, closed movie that the caller deletes. It lies in a temporary
     // file, under its file_name, with the format and kind of this one; nobody deletes the file.
     // Its name has the time in seconds: another one within the second replaces it. These files are
-    // in a folder "vorlane-" and the user's number, where the system has temporary files. If the
-    // file can't be made, the message of the creating constructor is shown and the movie is empty.
+    // in a folder of the process in one of the user, "vorlane-" and the user's number, where the
+    // system has temporary files. If the file can't be made, the message of the creating
+    // constructor is shown and the movie is empty.
     // This movie is opened before and closed behind, also where that fails. Null if it can't be
     // opened, or for arguments without a meaning. Frames that can't be had: as in ImagesFromVideo.
 

@@ -52,8 +52,9 @@ bool is_same_file(std::FILE* stream, const char* path);
 // True if a file could be made at `path`, or opened for writing if it is there. Touches nothing.
 bool may_be_written(const char* path);
 
-// A folder for temporary files of this user alone: others can neither read a file in it nor put one
-// of theirs under its name. Empty if it can't be had.
+// A folder for temporary files of this process alone: other users can neither read a file in it nor
+// put one of theirs under its name, and programs of the same user have folders of their own. Empty
+// if it can't be had.
 std::string private_folder();
 
 // The absolute path of a file that is named relative to the folder of this library, or of the

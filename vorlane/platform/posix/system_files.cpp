@@ -146,6 +146,10 @@ std::string private_folder() {
     const bool is_open_to_others = (status.st_mode & (S_IRWXG | S_IRWXO)) != 0;
     if (is_open_to_others && chmod(folder.c_str(), S_IRWXU) != 0)
         return {};
+    folder += '/';
+    folder += std::to_string(getpid());
+    if (mkdir(folder.c_str(), S_IRWXU) != 0 && errno != EEXIST)
+        return {};
     return folder;
 }
 

@@ -200,10 +200,11 @@ bool may_be_written(const char* path) {
 // The folder for temporary files is each user's own here.
 std::string private_folder() {
     std::error_code error;
-    const std::filesystem::path folder = std::filesystem::temp_directory_path(error) / "vorlane";
+    const std::filesystem::path shared = std::filesystem::temp_directory_path(error);
     if (error)
         return {};
-    std::filesystem::create_directory(folder, error);
+    const std::filesystem::path folder = shared / "vorlane" / std::to_string(GetCurrentProcessId());
+    std::filesystem::create_directories(folder, error);
     return error ? std::string() : utf8_of(folder);
 }
 
