@@ -61,6 +61,10 @@ TEST(Median, BlocksOfRanksMeet) {
         });
         expect_medians(*image, 11);
         expect_medians(*image, 26);
+        // The last size by blocks and the first one beyond.
+        const ImagePtr small = make_random(5, 70, 0, 9);
+        expect_medians(*small, 117);
+        expect_medians(*small, 118);
     });
     expect_medians(*make_random(70, 67, 0, 9), 75);
 }

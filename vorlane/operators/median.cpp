@@ -12,6 +12,7 @@
 #include <vector>
 
 #include <vorlane/image/results.h>
+#include <vorlane/operators/block_median_kernels.h>
 #include <vorlane/operators/median_kernels.h>
 #include <vorlane/operators/rank_kernels.h>
 
@@ -113,6 +114,52 @@ void filter_by_network(const CImage& image, CImage& out, int size) {
         filter_row(window.data(), image.ncols, channels, out.pixels[i]);
         if (has_nan)
             restore_nans(image, i, size, out.pixels[i]);
+    }
+}
+
+// Fills a block with samples of a channel, from (first_row, first_col) on, clamped.
+void copy_clamped(const CImage& image, int64_t channel, int64_t first_row, int64_t first_col,
+                  MedianBlock& block) {
+    const int64_t channels = channel_count(image.image_type);
+    const int64_t inside_begin = std::clamp<int64_t>(-first_col, 0, block.cols);
+    const int64_t inside_end =
+        std::clamp<int64_t>(image.ncols - first_col, inside_begin, block.cols);
+    for (int64_t i = 0; i < block.rows; ++i) {
+        const float* const from =
+            image.pixels[std::clamp<int64_t>(first_row + i, 0, image.nrows - 1)] + channel;
+        float* const to = block.samples + i * block.cols;
+        std::fill(to, to + inside_begin, from[0]);
+        for (int64_t j = inside_begin; j < inside_end; ++j)
+            to[j] = from[channels * (first_col + j)];
+        std::fill(to + inside_end, to + block.cols, from[channels * (image.ncols - 1)]);
+    }
+}
+
+void filter_by_blocks(const CImage& image, CImage& out, int window_size) {
+    const int64_t size = window_size;
+    // Sorting the margin of a block costs the less the larger it is; in a small one the next
+    // median's rank is near. Its windows come four columns at a time.
+    const int64_t side = std::min(32 + size, MedianBlock::longest - size + 1) / 4 * 4;
+    const int64_t channels = channel_count(image.image_type);
+    const auto block = std::make_unique_for_overwrite<MedianBlock>();
+    const auto filter = pick_block_median_kernels().filter;
+    for (int64_t row = 0; row < image.nrows; row += side) {
+        const int64_t rows = std::min<int64_t>(side, image.nrows - row);
+        for (int64_t col = 0; col < image.ncols; col += side) {
+            const int64_t cols = std::min<int64_t>(side, image.ncols - col);
+            const int64_t stride = (cols + 3) / 4 * 4;
+            block->rows = rows + size - 1;
+            block->cols = stride + size - 1;
+            for (int64_t k = 0; k < channels; ++k) {
+                copy_clamped(image, k, row + size / 2 - size + 1, col + size / 2 - size + 1,
+                             *block);
+                filter(*block, size);
+                for (int64_t i = 0; i < rows; ++i)
+                    for (int64_t j = 0; j < cols; ++j)
+                        out.pixels[row + i][channels * (col + j) + k] =
+                            block->medians[i * stride + j];
+            }
+        }
     }
 }
 
@@ -237,8 +284,12 @@ CImage* CImage::Median(int size) const {
             for (int i = 0; i < nrows; ++i)
                 std::copy_n(pixels[i], samples_per_row(*this), out.pixels[i]);
         } else {
-            (size <= largest_network_median ? filter_by_network : filter_by_ranks)(*this, out,
-                                                                                   size);
+            const bool has_blocks =
+                size <= largest_block_median && pick_block_median_kernels().filter;
+            const auto filter = size <= largest_network_median ? filter_by_network
+                                : has_blocks                   ? filter_by_blocks
+                                                               : filter_by_ranks;
+            filter(*this, out, size);
         }
     });
 }

@@ -31,7 +31,8 @@ bool is_supported(InstructionSet set) {
                __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vl") &&
                is_supported(InstructionSet::avx2);
     case InstructionSet::avx2:
-        return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma");
+        return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma") &&
+               __builtin_cpu_supports("bmi2");
     case InstructionSet::sse2:
         return __builtin_cpu_supports("sse2");
     case InstructionSet::plain:

@@ -57,6 +57,13 @@
 
 // A header that has fused_add(c, a, b) = c + a b and fused_subtract(c, a, b) = c - a b with one
 // rounding, and is_nonzero_number(a), defines VORLANE_FUSED_LANES.
+//
+// A header that compares many small integers at once defines VORLANE_INTEGER_LANES, and has
+//
+//   bits_below(p, bound)        of 32 16-bit integers, p[k] < bound; bits in an order of the set's own
+//   bits_in_square(rows, cols, row, col, size)
+//                               of 64 pairs of bytes, whether rows[k] - row and cols[k] - col, modulo
+//                               256, are both below size; the first pair's bit lowest
 #define VORLANE_QUOTED(path) #path
 // clang-format off
 #define VORLANE_LANES_PATH(set) VORLANE_QUOTED(vorlane/simd/lanes_##set.h)
@@ -111,6 +118,17 @@ inline F64 quotient(F64 s, [[maybe_unused]] F64 k, [[maybe_unused]] F64 reciproc
 #else
     return s / k;
 #endif
+}
+
+// Where the k-th of the bits that are set stands, from the lowest, which is number 0.
+inline int place_of_set_bit(std::uint64_t bits, int k) {
+#if defined(__BMI2__) && defined(__x86_64__)
+    bits = _pdep_u64(std::uint64_t{1} << k, bits);
+#else
+    for (; k > 0; --k)
+        bits &= bits - 1;
+#endif
+    return __builtin_ctzll(bits);
 }
 
 } // namespace

@@ -4,6 +4,7 @@
 #include <immintrin.h>
 
 #define VORLANE_FUSED_LANES
+#define VORLANE_INTEGER_LANES
 
 namespace {
 
@@ -235,4 +236,26 @@ inline void store_low_words(unsigned char* p, const std::int32_t (&whole)[32]) {
     }
 }
 
+inline std::uint32_t bits_below(const std::int16_t* p, std::int16_t bound) {
+    const auto below = [&](int k) {
+        const auto* const sixteen = reinterpret_cast<const __m256i*>(p + k);
+        return _mm256_cmpgt_epi16(_mm256_set1_epi16(bound), _mm256_loadu_si256(sixteen));
+    };
+    return static_cast<std::uint32_t>(
+        _mm256_movemask_epi8(_mm256_packs_epi16(below(0), below(16))));
+}
+inline std::uint64_t bits_in_square(const unsigned char* rows, const unsigned char* cols,
+                                    unsigned char row, unsigned char col, unsigned char size) {
+    const auto from = [](const unsigned char* p, unsigned char first) {
+        return _mm256_sub_epi8(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(p)),
+                               _mm256_set1_epi8(static_cast<char>(first)));
+    };
+    const __m256i last = _mm256_set1_epi8(static_cast<char>(size - 1));
+    const auto inside = [&](int k) {
+        const __m256i farther = _mm256_max_epu8(from(rows + k, row), from(cols + k, col));
+        const __m256i mask = _mm256_cmpeq_epi8(_mm256_min_epu8(farther, last), farther);
+        return static_cast<std::uint32_t>(_mm256_movemask_epi8(mask));
+    };
+    return inside(0) | std::uint64_t{inside(32)} << 32;
+}
 } // namespace

@@ -4,6 +4,7 @@
 #include <immintrin.h>
 
 #define VORLANE_FUSED_LANES
+#define VORLANE_INTEGER_LANES
 
 namespace {
 
@@ -228,4 +229,15 @@ inline void store_low_words(unsigned char* p, const std::int32_t (&whole)[32]) {
                             _mm512_cvtepi32_epi16(_mm512_loadu_si512(whole + k)));
 }
 
+inline std::uint32_t bits_below(const std::int16_t* p, std::int16_t bound) {
+    return _mm512_cmplt_epi16_mask(_mm512_loadu_si512(p), _mm512_set1_epi16(bound));
+}
+inline std::uint64_t bits_in_square(const unsigned char* rows, const unsigned char* cols,
+                                    unsigned char row, unsigned char col, unsigned char size) {
+    const auto from = [](const unsigned char* p, unsigned char first) {
+        return _mm512_sub_epi8(_mm512_loadu_si512(p), _mm512_set1_epi8(static_cast<char>(first)));
+    };
+    return _mm512_cmplt_epu8_mask(_mm512_max_epu8(from(rows, row), from(cols, col)),
+                                  _mm512_set1_epi8(static_cast<char>(size)));
+}
 } // namespace

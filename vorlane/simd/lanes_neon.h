@@ -4,6 +4,7 @@
 #include <arm_neon.h>
 
 #define VORLANE_FUSED_LANES
+#define VORLANE_INTEGER_LANES
 
 namespace {
 
@@ -216,6 +217,31 @@ inline void store_low_bytes(unsigned char* p, const std::int32_t (&whole)[32]) {
 inline void store_low_words(unsigned char* p, const std::int32_t (&whole)[32]) {
     for (int k = 0; k < 32; k += 4)
         vst1_u8(p + 2 * k, vreinterpret_u8_s16(vmovn_s32(vld1q_s32(whole + k))));
+}
+
+// The highest bit of each of 16 bytes.
+inline std::uint32_t byte_bits(uint8x16_t mask) {
+    constexpr std::uint8_t places[16] = {1, 2, 4, 8, 16, 32, 64, 128, 1, 2, 4, 8, 16, 32, 64, 128};
+    const uint8x16_t bits = vandq_u8(mask, vld1q_u8(places));
+    return vaddv_u8(vget_low_u8(bits)) | std::uint32_t{vaddv_u8(vget_high_u8(bits))} << 8;
+}
+inline std::uint32_t bits_below(const std::int16_t* p, std::int16_t bound) {
+    const auto half = [&](int k) {
+        const uint16x8_t first = vcltq_s16(vld1q_s16(p + k), vdupq_n_s16(bound));
+        const uint16x8_t second = vcltq_s16(vld1q_s16(p + k + 8), vdupq_n_s16(bound));
+        return byte_bits(vcombine_u8(vmovn_u16(first), vmovn_u16(second)));
+    };
+    return half(0) | half(16) << 16;
+}
+inline std::uint64_t bits_in_square(const unsigned char* rows, const unsigned char* cols,
+                                    unsigned char row, unsigned char col, unsigned char size) {
+    std::uint64_t bits = 0;
+    for (int k = 0; k < 64; k += 16) {
+        const uint8x16_t farther = vmaxq_u8(vsubq_u8(vld1q_u8(rows + k), vdupq_n_u8(row)),
+                                            vsubq_u8(vld1q_u8(cols + k), vdupq_n_u8(col)));
+        bits |= std::uint64_t{byte_bits(vcltq_u8(farther, vdupq_n_u8(size)))} << k;
+    }
+    return bits;
 }
 
 } // namespace

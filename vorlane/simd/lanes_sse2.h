@@ -3,6 +3,8 @@
 
 #include <emmintrin.h>
 
+#define VORLANE_INTEGER_LANES
+
 namespace {
 
 struct M64 {
@@ -212,4 +214,30 @@ inline void store_low_words(unsigned char* p, const std::int32_t (&whole)[32]) {
                          _mm_packs_epi32(low_words(k), low_words(k + 4)));
 }
 
+inline std::uint32_t bits_below(const std::int16_t* p, std::int16_t bound) {
+    const auto below = [&](int k) {
+        const auto* const eight = reinterpret_cast<const __m128i*>(p + k);
+        return _mm_cmplt_epi16(_mm_loadu_si128(eight), _mm_set1_epi16(bound));
+    };
+    const auto half = [&](int k) {
+        return static_cast<std::uint32_t>(
+            _mm_movemask_epi8(_mm_packs_epi16(below(k), below(k + 8))));
+    };
+    return half(0) | half(16) << 16;
+}
+inline std::uint64_t bits_in_square(const unsigned char* rows, const unsigned char* cols,
+                                    unsigned char row, unsigned char col, unsigned char size) {
+    const auto from = [](const unsigned char* p, unsigned char first) {
+        return _mm_sub_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p)),
+                            _mm_set1_epi8(static_cast<char>(first)));
+    };
+    const __m128i last = _mm_set1_epi8(static_cast<char>(size - 1));
+    std::uint64_t bits = 0;
+    for (int k = 0; k < 64; k += 16) {
+        const __m128i farther = _mm_max_epu8(from(rows + k, row), from(cols + k, col));
+        const __m128i mask = _mm_cmpeq_epi8(_mm_min_epu8(farther, last), farther);
+        bits |= static_cast<std::uint64_t>(_mm_movemask_epi8(mask)) << k;
+    }
+    return bits;
+}
 } // namespace
