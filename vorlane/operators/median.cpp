@@ -25,35 +25,38 @@ using std::uint32_t;
 using std::uint64_t;
 
 bool holds_nan(const float* row, Index n) {
-    unsigned found = 0; // in lanes, as a bool isn't
-    for (Index j = 0; j < n; ++j)
-        found |= row[j] != row[j];
-    return found != 0;
+    return std::any_of(row, row + n, [](float sample) { return std::isnan(sample); });
 }
 
 // Rows of an image for the networks, which can't rank not-a-numbers: they stand above all else, as
 // infinities do, so a row that holds some is copied with infinities in their place.
 class NetworkRows {
 public:
-    NetworkRows(const CImage& image, int size)
-        : image_(image), size_(size), rows_(std::make_unique<Row[]>(size)) {}
+    NetworkRows(const CImage& image, int size) : image_(image), rows_(static_cast<size_t>(size)) {}
 
     // The row that stands at `row` of the image, clamped. Good until `size` other ones are asked
     // for.
     const float* at(Index row) {
-        row = std::clamp<Index>(row, 0, image_.nrows - 1);
-        Row& kept = rows_[row % size_];
+        row = clamped(row);
+        Row& kept = kept_at(row);
         if (kept.number != row) {
             kept.number = row;
-            kept.has_nan = holds_nan(image_.pixels[row], samples_per_row(image_));
-            if (kept.has_nan)
-                copy(image_.pixels[row], kept);
+            kept.has_nan = false;
         }
         return kept.has_nan ? kept.copy.data() : image_.pixels[row];
     }
 
-    bool has_nan(Index row) const {
-        return rows_[std::clamp<Index>(row, 0, image_.nrows - 1) % size_].has_nan;
+    bool has_nan(Index row) { return kept_at(clamped(row)).has_nan; }
+
+    // A row counts as one without until then.
+    void note_nan(Index row) {
+        row = clamped(row);
+        Row& kept = kept_at(row);
+        kept.number = row;
+        kept.has_nan = true;
+        kept.copy.assign(image_.pixels[row], image_.pixels[row] + samples_per_row(image_));
+        for (float& sample : kept.copy)
+            sample = std::isnan(sample) ? std::numeric_limits<float>::infinity() : sample;
     }
 
 private:
@@ -63,15 +66,11 @@ private:
         std::vector<float> copy;
     };
 
-    void copy(const float* from, Row& kept) const {
-        kept.copy.assign(from, from + samples_per_row(image_));
-        for (float& sample : kept.copy)
-            sample = std::isnan(sample) ? std::numeric_limits<float>::infinity() : sample;
-    }
+    Index clamped(Index row) const { return std::clamp<Index>(row, 0, image_.nrows - 1); }
+    Row& kept_at(Index row) { return rows_[static_cast<size_t>(row) % rows_.size()]; }
 
     const CImage& image_;
-    Index size_;
-    std::unique_ptr<Row[]> rows_;
+    std::vector<Row> rows_;
 };
 
 // Where a median is infinite because the rank falls among the not-a-numbers, stores one of them.
@@ -103,15 +102,24 @@ void filter_by_network(const CImage& image, CImage& out, int size) {
     const auto filter_row = pick_median_kernels().filter_row[size];
     const Index channels = channel_count(image.image_type);
     NetworkRows rows(image, size);
+    for (Index i = 0; i < std::min<Index>(size / 2, image.nrows); ++i)
+        if (holds_nan(image.pixels[i], samples_per_row(image)))
+            rows.note_nan(i);
     std::array<const float*, largest_network_median> window = {};
     for (Index i = 0; i < image.nrows; ++i) {
         const Index first = i + size / 2 - size + 1;
-        bool has_nan = false;
-        for (int a = 0; a < size; ++a) {
-            window[a] = rows.at(first + a);
-            has_nan |= rows.has_nan(first + a);
+        const auto filter = [&] {
+            for (int a = 0; a < size; ++a)
+                window[a] = rows.at(first + a);
+            return filter_row(window.data(), image.ncols, channels, out.pixels[i]);
+        };
+        if (!filter()) {
+            rows.note_nan(first + size - 1);
+            filter();
         }
-        filter_row(window.data(), image.ncols, channels, out.pixels[i]);
+        bool has_nan = false;
+        for (int a = 0; a < size; ++a)
+            has_nan |= rows.has_nan(first + a);
         if (has_nan)
             restore_nans(image, i, size, out.pixels[i]);
     }

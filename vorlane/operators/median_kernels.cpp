@@ -85,8 +85,12 @@ constexpr Network merging = merging_network(first, second);
 
 static_assert(largest_network_median * largest_network_median <= most_wires);
 
-constexpr size_t tile = 192; // samples of a row at a time; a multiple of 3 and of all lanes
-constexpr size_t tile_stride = tile + 3 * (largest_network_median - 1) + most_float_lanes;
+// Samples of a row at a time: multiples of 3 and of all lanes.
+constexpr size_t tile = 192;
+constexpr size_t edge_tile = 48;
+static_assert(tile % edge_tile == 0 && edge_tile % most_float_lanes == 0 && edge_tile % 3 == 0);
+constexpr size_t tile_padding = 3 * (largest_network_median - 1) + most_float_lanes;
+constexpr size_t tile_stride = tile + tile_padding;
 
 // Lists of sorted samples for every place in a tile: sample k of place j is rows[k][j].
 template<int count>
@@ -119,9 +123,9 @@ struct Pyramid {
     Pyramid<size, columns / 2> narrower;
     Lists<list.count> lists;
 
-    void fill(const float* const* rows, size_t places, size_t channels) {
+    void fill(const float* const* rows, size_t places, size_t channels, M32& are_numbers) {
         const size_t reach = columns / 2 * channels;
-        narrower.fill(rows, places + reach, channels);
+        narrower.fill(rows, places + reach, channels, are_numbers);
         for (size_t j = 0; j < places; j += F32::count) {
             F32 values[2 * half.count];
             F32 merged[list.count];
@@ -148,18 +152,22 @@ struct Pyramid<size, 1> {
 
     Lists<list.count> lists;
 
-    void fill(const float* const* rows, size_t places, size_t) {
+    // Lanes of `are_numbers` in which the last row holds a not-a-number become false.
+    void fill(const float* const* rows, size_t places, size_t, M32& are_numbers) {
+        M32 so_far = are_numbers;
         constexpr const Network& network = sorting<size>;
         for (size_t j = 0; j < places; j += F32::count) {
             F32 values[size];
             F32 sorted[list.count];
             for (int k = 0; k < size; ++k)
                 values[k] = load(rows[k] + j);
+            so_far = so_far & (values[size - 1] == values[size - 1]);
             run<network>(values);
             gather<network, list.below>(values, sorted, std::make_index_sequence<list.count>());
             for (int k = 0; k < list.count; ++k)
                 store(lists.rows[k] + j, sorted[k]);
         }
+        are_numbers = so_far;
     }
 
     template<int wanted>
@@ -193,28 +201,36 @@ inline F32 middle_of(F32 a, F32 b, F32 c) {
     return maximum(minimum(a, b), minimum(maximum(a, b), c));
 }
 
+// Of three sorted columns: the largest of the lowest, the middle of the middle ones and the smallest
+// of the highest (A. Paeth, "Median finding on a 3 x 3 grid", 1990). Sorting a column again for
+// every window costs less than a way through memory.
+inline F32 median_of_3x3(const float* const* rows, size_t j, size_t channels, M32& are_numbers) {
+    F32 columns[3][3];
+    for (int c = 0; c < 3; ++c) {
+        F32 values[3];
+        for (int k = 0; k < 3; ++k)
+            values[k] = load(rows[k] + j + static_cast<size_t>(c) * channels);
+        if (c == 1)
+            are_numbers = are_numbers & (values[2] == values[2]);
+        run<sorting<3>>(values);
+        gather<sorting<3>, 0>(values, columns[c], std::make_index_sequence<3>());
+    }
+    const auto& [a, b, c] = columns;
+    return middle_of(maximum(maximum(a[0], b[0]), c[0]), middle_of(a[1], b[1], c[1]),
+                     minimum(minimum(a[2], b[2]), c[2]));
+}
+
 template<int size, class Lists>
 inline F32 window_median(const Lists& pyramid, size_t j, size_t channels) {
-    if constexpr (size == 3) {
-        // Of three sorted columns: the largest of the lowest, the middle of the middle ones and the
-        // smallest of the highest (A. Paeth, "Median finding on a 3 x 3 grid", 1990).
-        F32 a[3], b[3], c[3];
-        load_list(pyramid.lists, j, a);
-        load_list(pyramid.lists, j + channels, b);
-        load_list(pyramid.lists, j + 2 * channels, c);
-        return middle_of(maximum(maximum(a[0], b[0]), c[0]), middle_of(a[1], b[1], c[1]),
-                         minimum(minimum(a[2], b[2]), c[2]));
-    } else {
-        constexpr int half_columns = largest_power_in(size) / 2;
-        constexpr List half = list_of_columns(size, half_columns);
-        constexpr List start = merged_list(size, half, half);
-        F32 values[2 * half.count];
-        F32 merged[start.count];
-        load_list(pyramid.lists, j, values);
-        load_list(pyramid.lists, j + half_columns * channels, values + half.count);
-        merge_lists<size, half, half>(values, merged);
-        return join_rest<size, start>(merged, pyramid, j, channels);
-    }
+    constexpr int half_columns = largest_power_in(size) / 2;
+    constexpr List half = list_of_columns(size, half_columns);
+    constexpr List start = merged_list(size, half, half);
+    F32 values[2 * half.count];
+    F32 merged[start.count];
+    load_list(pyramid.lists, j, values);
+    load_list(pyramid.lists, j + half_columns * channels, values + half.count);
+    merge_lists<size, half, half>(values, merged);
+    return join_rest<size, start>(merged, pyramid, j, channels);
 }
 
 // Samples [begin, begin + count) of a row whose first pixel stands `before` pixels further to the
@@ -230,40 +246,56 @@ void copy_clamped(const float* row, size_t cols, size_t channels, size_t begin, 
     size_t inside = from < n ? n - from : 0;
     inside = inside < count - j ? inside : count - j;
     __builtin_memcpy(to + j, row + from, inside * sizeof(float));
-    for (j += inside; j < count; ++j)
-        to[j] = row[n - channels + (begin + j - left) % channels];
+    j += inside;
+    // The samples of the last pixel in turn, from the one that comes next.
+    size_t channel = (begin + j - left) % channels;
+    for (; j < count; ++j) {
+        to[j] = row[n - channels + channel];
+        channel = channel + 1 == channels ? 0 : channel + 1;
+    }
 }
 
 template<int size>
-void filter_row(const float* const* rows, size_t cols, size_t channels, float* to) {
-    constexpr int half_columns = largest_power_in(size) / 2;
+bool filter_row(const float* const* rows, size_t cols, size_t channels, float* to) {
     constexpr size_t before = size - 1 - size / 2;
-    constexpr size_t lanes = F32::count;
     const size_t n = cols * channels;
+    const size_t left = before * channels;
     // Places for which lists of each kind are needed, beyond those of the tile.
+    constexpr int half_columns = largest_power_in(size) / 2;
     const size_t margin = static_cast<size_t>(size - half_columns) * channels;
-    static_assert(tile % most_float_lanes == 0 && tile % 3 == 0);
-    Pyramid<size, half_columns> pyramid;
+    [[maybe_unused]] Pyramid<size, half_columns> pyramid;
     float padded[size][tile_stride];
-    for (size_t begin = 0; begin < n; begin += tile) {
-        const size_t count = n - begin < tile ? n - begin : tile;
-        const bool is_inside =
-            begin >= before * channels && begin - before * channels + tile_stride <= n;
+    M32 are_numbers = all_lanes(0.0f) == all_lanes(0.0f);
+    for (size_t begin = 0, count = 0; begin < n; begin += count) {
+        // Tiles whose windows leave the row are copied, so they are small.
+        const bool starts_inside = begin >= left && begin - left + tile_padding < n;
+        const size_t inside = starts_inside ? n - tile_padding - (begin - left) : 0;
+        const bool is_inside = inside >= edge_tile;
+        count = is_inside ? inside / edge_tile * edge_tile : begin < left ? edge_tile : tile;
+        count = count < tile ? count : tile;
+        count = count < n - begin ? count : n - begin;
         const float* window[size];
         for (int k = 0; k < size; ++k) {
             if (!is_inside)
-                copy_clamped(rows[k], cols, channels, begin, before, tile_stride, padded[k]);
-            window[k] = is_inside ? rows[k] + begin - before * channels : padded[k];
+                copy_clamped(rows[k], cols, channels, begin, before, count + tile_padding,
+                             padded[k]);
+            window[k] = is_inside ? rows[k] + begin - left : padded[k];
         }
-        pyramid.fill(window, count + margin, channels);
-        for (size_t j = 0; j < count; j += lanes) {
-            const F32 median = window_median<size>(pyramid, j, channels);
-            if (j + lanes <= count)
+        if constexpr (size != 3)
+            pyramid.fill(window, count + margin, channels, are_numbers);
+        for (size_t j = 0; j < count; j += F32::count) {
+            F32 median;
+            if constexpr (size == 3)
+                median = median_of_3x3(window, j, channels, are_numbers);
+            else
+                median = window_median<size>(pyramid, j, channels);
+            if (j + F32::count <= count)
                 store(to + begin + j, median);
             else
                 store_first(to + begin + j, median, count - j);
         }
     }
+    return all_set(are_numbers);
 }
 
 } // namespace
