@@ -20,13 +20,21 @@ void magnitude(const float* dx, const float* dy, float* mag, size_t n) {
     });
 }
 
-// Where dx is 0 the sign of dy decides, and 0 counts as negative.
+// Rounded to floats. Where dx is 0 the sign of dy decides, and 0 counts as negative. A near angle
+// does where all that it may stand for rounds to the same float.
 inline F64 direction_of(F64 dx, F64 dy) {
     const F64 zero = all_lanes(0.0);
     const F64 quarter_turn = all_lanes(double{1.5707964f});
+    const F64 half_turn = all_lanes(double{3.1415927f});
     const F64 upright = select(zero < dy, quarter_turn, zero - quarter_turn);
-    const F64 angle = select(dx == zero, upright, arctangent_2(dy, dx));
-    return angle + all_lanes(double{3.1415927f});
+    const M64 is_upright = dx == zero;
+    const auto turned = [&](F64 angle) { return select(is_upright, upright, angle) + half_turn; };
+    const F64 near_angle = near_arctangent_2(dy, dx);
+    const F64 error = select(is_upright, zero, all_lanes(largest_near_error));
+    const F64 least = round_to_float(turned(near_angle) - error);
+    if (all_set(least == round_to_float(turned(near_angle) + error)))
+        return least;
+    return round_to_float(turned(arctangent_2(dy, dx)));
 }
 
 void direction(const float* dx, const float* dy, float* dir, size_t n) {

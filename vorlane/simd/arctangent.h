@@ -87,4 +87,28 @@ inline F64 arctangent_2(F64 y, F64 x) {
     return select((x == x) & (y == y), finite_arctangent_2(near_y, near_x), x + y);
 }
 
+// Within 2^-36 of arctangent_2 in half the steps, in bits that may differ from set to set;
+// not-a-number where one is, or both are 0 or infinite. Up to tan(pi / 8), and beyond it for the
+// angle that is left to pi / 4, a Chebyshev fit to arctan(z) / z in z^2 is 2^-36.7 off at most.
+constexpr double near_arctangent[7] = {
+    0.04707347923475079, -0.08456192783522785, 0.1104048920900191, -0.14281588771188738,
+    0.19999883856498613, -0.33333332097608703, 0.9999999999783987};
+constexpr double largest_near_error = 0x1p-36;
+inline F64 near_arctangent_2(F64 y, F64 x) {
+    const F64 zero = all_lanes(0.0);
+    const F64 ax = absolute(x);
+    const F64 ay = absolute(y);
+    const F64 u = maximum(ax, ay);
+    const F64 v = minimum(ay, ax); // whichever is not-a-number, u or v is
+    const M64 is_middle = u * all_lanes(0.41421356237309503) < v;
+    const F64 z = select(is_middle, v - u, v) / select(is_middle, v + u, u);
+    const F64 w = z * z;
+    F64 series = all_lanes(near_arctangent[0]);
+    for (int k = 1; k < 7; ++k)
+        series = add_product(all_lanes(near_arctangent[k]), series, w);
+    const F64 flat = add_product(select(is_middle, all_lanes(0.7853981633974483), zero), series, z);
+    const F64 upper = select(ax < ay, all_lanes(1.5707963267948966) - flat, flat);
+    return with_sign_of(select(is_negative(x), all_lanes(3.141592653589793) - upper, upper), y);
+}
+
 } // namespace
