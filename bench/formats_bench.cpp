@@ -79,6 +79,20 @@ void read_words_alone(benchmark::State& state) {
 }
 BENCHMARK(read_words_alone)->Unit(benchmark::kMillisecond);
 
+// The same into a new plane, which the system clears first: what a reader can't do without.
+void read_words_into_new_plane(benchmark::State& state) {
+    const ScratchFile file("vorlane-bench.scan");
+    write_scanner_file(file.path(), true);
+    for (auto _ : state) {
+        const ImagePtr image = std::make_unique<CImage>(file_side, file_side, 0, 1, 4);
+        std::FILE* const stream = std::fopen(file.path(), "rb");
+        for (int i = 0; i < file_side; ++i)
+            benchmark::DoNotOptimize(std::fread(image->pixels[i], 2, file_side, stream));
+        std::fclose(stream);
+    }
+}
+BENCHMARK(read_words_into_new_plane)->Unit(benchmark::kMillisecond);
+
 void read_tq(benchmark::State& state) {
     const ScratchFile file("vorlane-bench.tq");
     const ImagePtr image = make_gray_picture(file_side, file_side);

@@ -1,4 +1,5 @@
-// Whole numbers of samples over lanes. What doesn't fit 32 bits is rare, and goes one by one.
+// Whole numbers of samples over lanes, where what doesn't fit 32 bits is rare and goes one by one; and
+// samples of whole numbers, which are plain loops that the compiler knows how to put into lanes.
 
 #include <vorlane/bytes/sample_kernels.h>
 #include <vorlane/simd/lanes.h>
@@ -7,6 +8,7 @@ namespace vorlane::VORLANE_LANES {
 
 namespace {
 
+using std::int16_t;
 using std::int32_t;
 using std::int64_t;
 using std::size_t;
@@ -109,10 +111,67 @@ void to_windowed_bytes(const float* samples, unsigned char* bytes, size_t n, dou
                [](unsigned char* to, auto& whole) { store_low_bytes(to, whole); });
 }
 
+void from_bytes(const unsigned char* bytes, float* samples, size_t n) {
+    for (size_t k = 0; k < n; ++k)
+        samples[k] = bytes[k];
+}
+
+template<bool high_first>
+inline uint16_t word_at(const unsigned char* bytes) {
+    uint16_t word;
+    __builtin_memcpy(&word, bytes, sizeof word);
+    return high_first ? static_cast<uint16_t>(word << 8 | word >> 8) : word;
+}
+
+template<bool high_first>
+unsigned from_words(const unsigned char* bytes, float* samples, size_t n) {
+    uint16_t bits = 0;
+    for (size_t k = 0; k < n; ++k) {
+        const uint16_t word = word_at<high_first>(bytes + 2 * k);
+        samples[k] = static_cast<int16_t>(word);
+        bits |= word;
+    }
+    return bits;
+}
+
+template<bool high_first>
+void from_low_12_bits(const unsigned char* bytes, float* samples, size_t n) {
+    for (size_t k = 0; k < n; ++k)
+        samples[k] = static_cast<float>(word_at<high_first>(bytes + 2 * k) & 0xFFF);
+}
+
+// Five pixels and a byte of the sixth at once. The next are loaded before these are stored: in place, a
+// load of bytes of two stores would wait for both.
+void swap_ends(const unsigned char* from, unsigned char* to, size_t pixels) {
+    constexpr size_t at_once = 5;
+    B16 next = {};
+    if (pixels > at_once)
+        next = load_16(from);
+    for (; pixels > at_once; pixels -= at_once, from += 3 * at_once, to += 3 * at_once) {
+        const B16 now = next;
+        if (pixels > 2 * at_once)
+            next = load_16(from + 3 * at_once);
+        store_16(to, swap_ends_of_threes(now));
+    }
+    for (; pixels > 0; --pixels, from += 3, to += 3) {
+        const unsigned char swapped[] = {from[2], from[1], from[0]};
+        __builtin_memcpy(to, swapped, sizeof swapped);
+    }
+}
+
 } // namespace
 
 extern const SampleKernels sample_kernels;
-const SampleKernels sample_kernels = {to_bytes, to_int16, to_int16_high_first, to_int32,
-                                      to_windowed_bytes};
+const SampleKernels sample_kernels = {to_bytes,
+                                      to_int16,
+                                      to_int16_high_first,
+                                      to_int32,
+                                      to_windowed_bytes,
+                                      from_bytes,
+                                      from_words<false>,
+                                      from_words<true>,
+                                      from_low_12_bits<false>,
+                                      from_low_12_bits<true>,
+                                      swap_ends};
 
 } // namespace vorlane::VORLANE_LANES

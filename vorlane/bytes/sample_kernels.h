@@ -1,4 +1,4 @@
-// Private: samples to bytes on file, as samples.h says.
+// Private: samples to bytes on file and back, as samples.h and colour_order.h say.
 #pragma once
 
 #include <cstddef>
@@ -18,6 +18,17 @@ struct SampleKernels {
     // The low 8 bits of (sample - lo) * 255 / width.
     void (*to_windowed_bytes)(const float* samples, unsigned char* bytes, std::size_t n, double lo,
                               double width);
+
+    // Samples of n bytes, of n words, and of the low 12 bits of n words; the low byte first but for
+    // high_first. Whole words give the bits that any of them has.
+    void (*from_bytes)(const unsigned char* bytes, float* samples, std::size_t n);
+    unsigned (*from_int16)(const unsigned char* bytes, float* samples, std::size_t n);
+    unsigned (*from_int16_high_first)(const unsigned char* bytes, float* samples, std::size_t n);
+    void (*from_int12)(const unsigned char* bytes, float* samples, std::size_t n);
+    void (*from_int12_high_first)(const unsigned char* bytes, float* samples, std::size_t n);
+
+    // Swaps the first and the last of the three bytes of each pixel; in place or not.
+    void (*swap_ends)(const unsigned char* from, unsigned char* to, std::size_t pixels);
 };
 
 VORLANE_DECLARE_KERNELS(SampleKernels, sample_kernels)

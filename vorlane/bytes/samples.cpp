@@ -9,32 +9,12 @@ namespace vorlane {
 
 namespace {
 
-template<class Word>
-Word load_word(const unsigned char* bytes) {
-    Word word;
+std::uint32_t word_at(const unsigned char* bytes, ByteOrder order) {
+    std::uint32_t word;
     std::memcpy(&word, bytes, sizeof word);
-    return word;
-}
-
-std::uint16_t reversed(std::uint16_t word) {
-    return static_cast<std::uint16_t>(word << 8 | word >> 8);
-}
-
-std::uint32_t reversed(std::uint32_t word) {
-    return word << 24 | (word & 0xFF00) << 8 | (word >> 8 & 0xFF00) | word >> 24;
-}
-
-// samples[k] = convert(word k), for words of either byte order.
-template<class Word, class Convert>
-void from_words(const unsigned char* bytes, float* samples, std::size_t count, ByteOrder order,
-                Convert convert) {
-    if (order == ByteOrder::low_first) {
-        for (std::size_t k = 0; k < count; ++k)
-            samples[k] = convert(load_word<Word>(bytes + k * sizeof(Word)));
-    } else {
-        for (std::size_t k = 0; k < count; ++k)
-            samples[k] = convert(reversed(load_word<Word>(bytes + k * sizeof(Word))));
-    }
+    return order == ByteOrder::low_first
+               ? word
+               : word << 24 | (word & 0xFF00) << 8 | (word >> 8 & 0xFF00) | word >> 24;
 }
 
 } // namespace
@@ -44,8 +24,7 @@ void to_bytes(const float* samples, unsigned char* bytes, std::size_t count) {
 }
 
 void from_bytes(const unsigned char* bytes, float* samples, std::size_t count) {
-    for (std::size_t k = 0; k < count; ++k)
-        samples[k] = bytes[k];
+    pick_sample_kernels().from_bytes(bytes, samples, count);
 }
 
 void to_int16(const float* samples, unsigned char* bytes, std::size_t count, ByteOrder order) {
@@ -55,14 +34,19 @@ void to_int16(const float* samples, unsigned char* bytes, std::size_t count, Byt
 }
 
 void from_int16(const unsigned char* bytes, float* samples, std::size_t count, ByteOrder order) {
-    from_words<std::uint16_t>(bytes, samples, count, order, [](std::uint16_t word) {
-        return static_cast<float>(static_cast<std::int16_t>(word));
-    });
+    const SampleKernels& kernels = pick_sample_kernels();
+    (order == ByteOrder::low_first ? kernels.from_int16
+                                   : kernels.from_int16_high_first)(bytes, samples, count);
 }
 
 void from_int12(const unsigned char* bytes, float* samples, std::size_t count, ByteOrder order) {
-    from_words<std::uint16_t>(bytes, samples, count, order,
-                              [](std::uint16_t word) { return static_cast<float>(word & 0xFFF); });
+    const SampleKernels& kernels = pick_sample_kernels();
+    (order == ByteOrder::low_first ? kernels.from_int12
+                                   : kernels.from_int12_high_first)(bytes, samples, count);
+}
+
+bool from_whole_int12(const unsigned char* bytes, float* samples, std::size_t count) {
+    return pick_sample_kernels().from_int16_high_first(bytes, samples, count) < 0x1000;
 }
 
 void to_int32(const float* samples, unsigned char* bytes, std::size_t count) {
@@ -70,9 +54,8 @@ void to_int32(const float* samples, unsigned char* bytes, std::size_t count) {
 }
 
 void from_int32(const unsigned char* bytes, float* samples, std::size_t count, ByteOrder order) {
-    from_words<std::uint32_t>(bytes, samples, count, order, [](std::uint32_t word) {
-        return static_cast<float>(static_cast<std::int32_t>(word));
-    });
+    for (std::size_t k = 0; k < count; ++k)
+        samples[k] = static_cast<float>(static_cast<std::int32_t>(word_at(bytes + 4 * k, order)));
 }
 
 void from_float32(const unsigned char* bytes, float* samples, std::size_t count, ByteOrder order) {
@@ -81,7 +64,7 @@ void from_float32(const unsigned char* bytes, float* samples, std::size_t count,
         return;
     }
     for (std::size_t k = 0; k < count; ++k) {
-        const std::uint32_t word = reversed(load_word<std::uint32_t>(bytes + 4 * k));
+        const std::uint32_t word = word_at(bytes + 4 * k, order);
         std::memcpy(samples + k, &word, sizeof word); // a float would lose a signalling bit
     }
 }

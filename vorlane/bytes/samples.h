@@ -38,6 +38,9 @@ void from_float32(const unsigned char* bytes, float* samples, std::size_t count,
 // The low 12 bits of 16-bit words.
 void from_int12(const unsigned char* bytes, float* samples, std::size_t count, ByteOrder order);
 
+// 16-bit words, high byte first. False, whatever the samples then are, if one has more than 12 bits.
+bool from_whole_int12(const unsigned char* bytes, float* samples, std::size_t count);
+
 // Bytes of a gray sample on file for a code of CImage::pixel_format: 4 unsigned byte, 5 signed
 // 32-bit integer, 6 32-bit float, 7 signed 16-bit integer; 0 for any other code.
 std::size_t sample_size(int pixel_format);

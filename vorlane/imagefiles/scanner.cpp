@@ -1,7 +1,6 @@
 #include <vorlane/imagefiles/image_files.h>
 
 #include <cstdint>
-#include <cstring>
 
 #include <vorlane/bytes/gate.h>
 #include <vorlane/bytes/sample_rows.h>
@@ -30,27 +29,13 @@ std::int64_t side_of_image(std::int64_t length) {
     return side;
 }
 
-// True if all are 12-bit samples, high byte first.
-bool are_high_first(const unsigned char* bytes, std::size_t count) {
-    std::uint16_t bits = 0;
-    for (std::size_t k = 0; k < count; ++k) {
-        std::uint16_t word;
-        std::memcpy(&word, bytes + 2 * k, sizeof word);
-        bits |= word;
-    }
-    return (bits & 0x00F0) == 0; // the upper four bits, in the byte that comes first
-}
-
 // Reads 12-bit samples, high byte first; false as soon as one is none, or is missing.
 bool read_high_first(std::FILE* file, float* const* plane, int side) {
     BlockReader reader(file);
     const auto end =
         read_unit_rows(reader, side, static_cast<std::size_t>(side), sample_bytes,
                        [&](int i, std::size_t j, std::size_t count, const unsigned char* bytes) {
-                           if (!are_high_first(bytes, count))
-                               return false;
-                           from_int16(bytes, plane[i] + j, count, ByteOrder::high_first);
-                           return true;
+                           return from_whole_int12(bytes, plane[i] + j, count);
                        });
     return end.row == side;
 }

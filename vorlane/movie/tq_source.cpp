@@ -7,11 +7,11 @@
 #include <new>
 #include <numeric>
 #include <utility>
-#include <vector>
 
 #include <vorlane/bitmap/windowed_bytes.h>
 #include <vorlane/bytes/blocks.h>
 #include <vorlane/bytes/colour_order.h>
+#include <vorlane/bytes/sample_rows.h>
 #include <vorlane/bytes/samples.h>
 #include <vorlane/image/codes.h>
 #include <vorlane/image/guard.h>
@@ -55,27 +55,15 @@ bool read_frame(std::FILE* file, float* const* plane, const TqHeader& header, fl
     return true;
 }
 
-// False if the file ends before.
-bool read_row(BlockReader& reader, std::vector<unsigned char>& row) {
-    for (std::size_t j = 0; j < row.size();) {
-        const auto bytes = reader.take(row.size() - j);
-        if (bytes.empty())
-            return false;
-        std::copy(bytes.begin(), bytes.end(), row.begin() + static_cast<std::ptrdiff_t>(j));
-        j += bytes.size();
-    }
-    return true;
-}
-
 // The range of some bytes.
 struct ByteRange {
     unsigned char min = 255;
     unsigned char max = 0;
 
-    void add(const std::vector<unsigned char>& row) {
-        for (const unsigned char byte : row) {
-            min = std::min(min, byte);
-            max = std::max(max, byte);
+    void add(const unsigned char* bytes, std::size_t count) {
+        for (std::size_t k = 0; k < count; ++k) {
+            min = std::min(min, bytes[k]);
+            max = std::max(max, bytes[k]);
         }
     }
 
@@ -165,8 +153,9 @@ bool TqSource::has_fitting_bytes() const {
 bool TqSource::fetch_bytes() {
     CImage& image = *movie_.image;
     const bool is_gray = image.image_type == ImageType::gray;
-    std::vector<unsigned char> row(static_cast<std::size_t>(samples_per_row(image)));
-    BlockReader reader(movie_.tqf_file, row.size() * static_cast<std::size_t>(image.nrows));
+    const auto cols = static_cast<std::size_t>(image.ncols);
+    const std::size_t pixel = is_gray ? 1 : 3;
+    BlockReader reader(movie_.tqf_file, image.nrows * cols * pixel);
     make_room();
     CDib* const dib = movie_.dib;
     const bool has_bits = dib && dib->allocate(image.ncols, image.nrows, is_gray ? 8 : 24);
@@ -175,25 +164,26 @@ bool TqSource::fetch_bytes() {
     };
 
     ByteRange range;
-    for (int i = 0; i < image.nrows; ++i) {
-        if (!read_row(reader, row)) {
-            has_failed(movie_.tqf_file);
-            return false;
-        }
-        from_bytes(row.data(), image.pixels[i], row.size());
+    const auto take = [&](int i, std::size_t j, std::size_t count, const unsigned char* bytes) {
+        from_bytes(bytes, image.pixels[i] + pixel * j, pixel * count);
         if (has_bits && is_gray) {
-            std::copy(row.begin(), row.end(), bits_of_row(i));
-            range.add(row);
+            std::copy_n(bytes, count, bits_of_row(i) + j);
+            range.add(bytes, count);
         } else if (has_bits) {
-            swap_ends(row.data(), bits_of_row(i), row.size() / 3);
+            swap_ends(bytes, bits_of_row(i) + 3 * j, count);
         }
+        return true;
+    };
+    if (read_unit_rows(reader, image.nrows, cols, pixel, take).row < image.nrows) {
+        has_failed(movie_.tqf_file);
+        return false;
     }
-    movie_.last_sample_ = row.back();
+    movie_.last_sample_ = image.pixels[image.nrows - 1][samples_per_row(image) - 1];
     if (has_bits && is_gray && image.pixel_format != PixelFormat::byte) {
         const std::array<unsigned char, 256> windowed = range.windowed();
         for (int i = 0; i < image.nrows; ++i) {
             unsigned char* const bits = bits_of_row(i);
-            std::transform(bits, bits + row.size(), bits,
+            std::transform(bits, bits + cols, bits,
                            [&](unsigned char byte) { return windowed[byte]; });
         }
     }

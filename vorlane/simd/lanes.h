@@ -41,6 +41,9 @@
 //   store_low_bytes(p, whole)   the low 8 bits of 32 integers, whatever the number of lanes
 //   store_low_words(p, whole)   the low 16 bits of them, the low byte first
 //
+// Of 16 bytes, B16: load_16(p), store_16(p, a), and swap_ends_of_threes(a), which swaps the first and the
+// last of each three and leaves the last byte.
+//
 // Names stand in an unnamed namespace: every kernel file has its own. It includes no other code: an
 // inline function that the linker may take from a file compiled for AVX-512 would end an older
 // machine's program.
@@ -99,16 +102,16 @@ inline F64 subtract_product(F64 c, F64 a, F64 b) {
 #endif
 }
 
-// The quotient of `s` by `k`, correctly rounded, for a k that is a float; `reciprocal` is 1.0 / k
-// rounded. With
+// The quotient of `s` by `k`, correctly rounded, for a k of at most 46 bits, as floats are and areas in
+// pixels; `reciprocal` is 1.0 / k rounded. With
 //
 //   q        = s * reciprocal             at most 2 units of its last place off
 //   residual = s - q k                    fused
 //   result   = q + residual * reciprocal  fused
 //
-// the residual is exact: k has 24 bits, so it is a few units of q's last place times k, fewer than
-// 53 bits. The result is within 2^-52 units of s / k before its rounding, while a quotient of 53 by
-// 24 bits stays 2^-24 units away from every midpoint between doubles. Where the residual is 0, q is
+// the residual is exact: it is a few units of q's last place times k, fewer than 53 bits. The result
+// is within 2^-52 units of s / k before its rounding, while a quotient of 53 by 46 bits stays 2^-47
+// units away from every midpoint between doubles. Where the residual is 0, q is
 // exact; where it is not-a-number, s or q is infinite or not-a-number, and q is right too.
 inline F64 quotient(F64 s, [[maybe_unused]] F64 k, [[maybe_unused]] F64 reciprocal) {
 #if defined(VORLANE_FUSED_LANES)

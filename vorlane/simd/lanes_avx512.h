@@ -240,4 +240,19 @@ inline std::uint64_t bits_in_square(const unsigned char* rows, const unsigned ch
     return _mm512_cmplt_epu8_mask(_mm512_max_epu8(from(rows, row), from(cols, col)),
                                   _mm512_set1_epi8(static_cast<char>(size)));
 }
+
+struct B16 {
+    __m128i v;
+};
+inline B16 load_16(const unsigned char* p) {
+    return {_mm_loadu_si128(reinterpret_cast<const __m128i*>(p))};
+}
+inline void store_16(unsigned char* p, B16 a) {
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(p), a.v);
+}
+inline B16 swap_ends_of_threes(B16 a) {
+    return {
+        _mm_shuffle_epi8(a.v, _mm_setr_epi8(2, 1, 0, 5, 4, 3, 8, 7, 6, 11, 10, 9, 14, 13, 12, 15))};
+}
+
 } // namespace

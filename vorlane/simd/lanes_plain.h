@@ -201,4 +201,24 @@ inline void store_low_words(unsigned char* p, const std::int32_t (&whole)[32]) {
     }
 }
 
+struct B16 {
+    unsigned char v[16];
+};
+inline B16 load_16(const unsigned char* p) {
+    B16 a;
+    __builtin_memcpy(a.v, p, sizeof a.v);
+    return a;
+}
+inline void store_16(unsigned char* p, B16 a) {
+    __builtin_memcpy(p, a.v, sizeof a.v);
+}
+inline B16 swap_ends_of_threes(B16 a) {
+    for (int k = 0; k < 15; k += 3) {
+        const unsigned char first = a.v[k];
+        a.v[k] = a.v[k + 2];
+        a.v[k + 2] = first;
+    }
+    return a;
+}
+
 } // namespace

@@ -240,4 +240,22 @@ inline std::uint64_t bits_in_square(const unsigned char* rows, const unsigned ch
     }
     return bits;
 }
+
+struct B16 {
+    __m128i v;
+};
+inline B16 load_16(const unsigned char* p) {
+    return {_mm_loadu_si128(reinterpret_cast<const __m128i*>(p))};
+}
+inline void store_16(unsigned char* p, B16 a) {
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(p), a.v);
+}
+inline B16 swap_ends_of_threes(B16 a) {
+    const __m128i first = _mm_setr_epi8(-1, 0, 0, -1, 0, 0, -1, 0, 0, -1, 0, 0, -1, 0, 0, 0);
+    const __m128i last = _mm_slli_si128(first, 2);
+    const __m128i moved = _mm_or_si128(_mm_slli_si128(_mm_and_si128(a.v, first), 2),
+                                       _mm_srli_si128(_mm_and_si128(a.v, last), 2));
+    return {_mm_or_si128(_mm_andnot_si128(_mm_or_si128(first, last), a.v), moved)};
+}
+
 } // namespace
