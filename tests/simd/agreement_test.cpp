@@ -6,6 +6,7 @@
 #include <functional>
 #include <iterator>
 #include <limits>
+#include <numeric>
 #include <random>
 #include <vector>
 
@@ -23,6 +24,7 @@
 #include <vorlane/image/range.h>
 #include <vorlane/operators/median_kernels.h>
 #include <vorlane/operators/neighbourhood_kernels.h>
+#include <vorlane/operators/resampling_kernels.h>
 #include <vorlane/operators/sampling_kernels.h>
 #include <vorlane/simd/widest_lanes.h>
 #include <vorlane/volume/hessian_kernels.h>
@@ -62,6 +64,7 @@ public:
             return extremes[random_() % std::size(extremes)];
         return std::uniform_real_distribution<float>(-120.0f, 255.0f)(random_);
     }
+    unsigned char byte() { return static_cast<unsigned char>(random_()); }
     Row row(size_t n, float scale = 1.0f) {
         Row row(n);
         for (size_t k = 0; k < n; ++k)
@@ -184,6 +187,35 @@ Samples turned_and_scaled(Source& source, size_t n, size_t channels) {
     return joined(out);
 }
 
+Samples resampled(Source& source, size_t n, size_t channels) {
+    const ResamplingKernels& kernels = pick_resampling_kernels();
+    constexpr size_t most = 5;
+    std::vector<Row> in = source.rows(most, most * n * channels);
+    const auto rows = pointers_to<const float*>(in);
+    std::vector<Row> reduced(3, Row(n * channels));
+    kernels.mean_of_blocks(rows.data(), 2, channels, reduced[0], n);
+    kernels.mean_of_blocks(rows.data(), most, channels, reduced[1], n);
+    const float weights[3][3] = {{0, 1, 0}, {1, 2, 1}, {0, 1, 0}};
+    kernels.weigh_every_second(rows.data(), weights, 0.1, channels, reduced[2], n);
+    Samples all = joined(reduced);
+    for (const size_t factor : {size_t{1}, size_t{2}, size_t{3}}) {
+        const size_t step = factor * channels;
+        const size_t period = std::lcm(step, most_double_lanes);
+        std::vector<double> upper((n + 1) * step, not_a_number), lower = upper, entries(4 * period);
+        kernels.replicate(in[0], channels, factor, upper.data(), n + 1);
+        kernels.replicate(in[1], channels, factor, lower.data(), n + 1);
+        for (size_t k = 0; k < entries.size(); ++k)
+            entries[k] = static_cast<double>(k % 7);
+        const double* const w = entries.data();
+        Row out(n * step);
+        kernels.blend_rows(upper.data(), lower.data(), step,
+                           {w, w + period, w + 2 * period, w + 3 * period, period}, factor, out,
+                           n * step);
+        out.append_to(all);
+    }
+    return all;
+}
+
 Samples bytes_of(Source& source, size_t n) {
     const SampleKernels& kernels = pick_sample_kernels();
     Row in = source.row(n, 300.0f);
@@ -194,6 +226,24 @@ Samples bytes_of(Source& source, size_t n) {
     kernels.to_int32(in, &bytes[5 * n], n);
     kernels.to_windowed_bytes(in, &bytes[9 * n], n, -3.0, 71.5);
     return {bytes.begin(), bytes.end()};
+}
+
+Samples from_bytes(Source& source, size_t n) {
+    const SampleKernels& kernels = pick_sample_kernels();
+    std::vector<unsigned char> bytes(3 * n);
+    for (unsigned char& byte : bytes)
+        byte = source.byte();
+    std::vector<Row> out(5, Row(n));
+    kernels.from_bytes(bytes.data(), out[0], n);
+    const auto low = static_cast<float>(kernels.from_int16(bytes.data(), out[1], n));
+    const auto high = static_cast<float>(kernels.from_int16_high_first(bytes.data(), out[2], n));
+    kernels.from_int12(bytes.data(), out[3], n);
+    kernels.from_int12_high_first(bytes.data(), out[4], n);
+    Samples all = joined(out);
+    kernels.swap_ends(bytes.data(), bytes.data(), n);
+    all.insert(all.end(), bytes.begin(), bytes.end());
+    all.insert(all.end(), {low, high});
+    return all;
 }
 
 Samples edges(Source& source, size_t n) {
@@ -257,6 +307,8 @@ const struct {
     {"distances", distances},
     {"turn and scale", [](Source& s, size_t n) { return turned_and_scaled(s, n, 1); }},
     {"colour turn and scale", [](Source& s, size_t n) { return turned_and_scaled(s, n, 3); }},
+    {"resampling", [](Source& s, size_t n) { return resampled(s, n, 1); }},
+    {"colour resampling", [](Source& s, size_t n) { return resampled(s, n, 3); }},
     {"eigenvalues",
      [](Source& s, size_t n) {
          std::vector<Row> in = s.rows(9, n);
@@ -266,7 +318,8 @@ const struct {
          pick_hessian_kernels().eigenvalues(rows, out[0], out[1], out[2], n);
          return joined(out);
      }},
-    {"bytes", bytes_of},
+    {"to bytes", bytes_of},
+    {"from bytes", from_bytes},
 };
 
 TEST(Agreement, KernelsOfEverySetOnEveryWidth) {

@@ -3,10 +3,15 @@
 #include <algorithm>
 #include <limits>
 #include <memory>
+#include <numeric>
+#include <utility>
+#include <vector>
 
 #include <vorlane/image/range.h>
 #include <vorlane/image/results.h>
+#include <vorlane/operators/resampling_kernels.h>
 #include <vorlane/platform/arithmetic.h>
+#include <vorlane/simd/widest_lanes.h>
 
 namespace {
 
@@ -50,76 +55,18 @@ void copy_rectangle(const float* const* from, float* const* to, const Rectangle&
 
 enum class Reduction { mean, filtered };
 
-// The loop for a factor: a factor that the compiler knows makes lanes of the pixels, and 0 stands for all others.
-template<template<int, int> class Loop, int channels>
-auto loop_for(int factor) {
-    switch (factor) {
-    case 2:
-        return Loop<channels, 2>::run;
-    case 3:
-        return Loop<channels, 3>::run;
-    case 4:
-        return Loop<channels, 4>::run;
-    case 5:
-        return Loop<channels, 5>::run;
-    case 6:
-        return Loop<channels, 6>::run;
-    case 8:
-        return Loop<channels, 8>::run;
-    default:
-        return Loop<channels, 0>::run;
-    }
-}
-
-// The mean of blocks of factor x factor pixels, row by row.
-template<int channels, int known>
-struct MeanOfRow {
-    static void run(const float* const* from, float* to, Index cols, Index any_factor) {
-        const Index factor = known ? known : any_factor;
-        const auto area = static_cast<double>(factor * factor);
-        for (Index j = 0; j < cols; ++j) {
-            double sum[channels] = {};
-            for (Index r = 0; r < factor; ++r) {
-                const float* const block = from[r] + channels * factor * j;
-                for (Index c = 0; c < channels * factor; c += channels)
-                    for (int k = 0; k < channels; ++k)
-                        sum[k] += block[c + k];
-            }
-            for (int k = 0; k < channels; ++k)
-                to[channels * j + k] = static_cast<float>(sum[k] / area);
-        }
-    }
-};
-
-// All nine terms count, those of weight 0 too: an infinite sample under one of them gives
-// not-a-number.
-template<int channels>
-void reduce_row_filtered(const float* const from[3], float* to, Index cols) {
-    for (Index j = 0; j < cols; ++j) {
-        const Index at[3] = {channels * (j == 0 ? 1 : 2 * j - 1), channels * 2 * j,
-                             channels * (2 * j + 1)};
-        for (int k = 0; k < channels; ++k) {
-            double sum = 0.0;
-            for (int a = 0; a < 3; ++a)
-                for (int b = 0; b < 3; ++b)
-                    sum += double{reduction_mask[a][b]} * from[a][at[b] + k];
-            to[channels * j + k] = static_cast<float>(sum * double{one_sixth});
-        }
-    }
-}
-
 // `rows` and `cols` are those of the result.
-template<int channels>
 void reduce_plane(const float* const* from, float* const* to, int rows, int cols, int factor,
-                  Reduction reduction) {
-    const auto mean_of_row = loop_for<MeanOfRow, channels>(factor);
+                  Reduction reduction, int channels) {
+    const ResamplingKernels& kernels = pick_resampling_kernels();
     for (Index i = 0; i < rows; ++i) {
         if (reduction == Reduction::mean) {
-            mean_of_row(from + i * factor, to[i], cols, factor);
+            kernels.mean_of_blocks(from + i * factor, factor, channels, to[i], cols);
         } else {
-            const float* const around[3] = {from[i == 0 ? 1 : 2 * i - 1], from[2 * i],
-                                            from[2 * i + 1]};
-            reduce_row_filtered<channels>(around, to[i], cols);
+            const float* const around[] = {from[i == 0 ? 1 : 2 * i - 1], from[2 * i],
+                                           from[2 * i + 1]};
+            kernels.weigh_every_second(around, reduction_mask, double{one_sixth}, channels, to[i],
+                                       cols);
         }
     }
 }
@@ -135,49 +82,60 @@ void normalize_plane(float* const* plane, int rows, int cols) {
     }
 }
 
-template<int channels>
-void replicate_row(const float* from, float* to, Index cols, Index factor) {
+template<int channels, int known>
+void replicate_row_by(const float* from, float* to, Index cols, Index any_factor) {
+    const Index factor = known ? known : any_factor;
     for (Index j = 0; j < cols; ++j, from += channels)
         for (Index b = 0; b < factor; ++b, to += channels)
             for (int k = 0; k < channels; ++k)
                 to[k] = from[k];
 }
 
-// How much of a pixel and of its neighbours to the right, below, and diagonally below goes into an
-// enlarged pixel. Whole numbers that add up to factor^2.
-struct Weights {
-    double pixel, right, below, diagonal;
-};
-
-void make_weights(Weights* weights, Index factor, Index a) {
-    const auto weight = [](Index area) { return double{static_cast<float>(area)}; };
-    for (Index b = 0; b < factor; ++b) {
-        weights[b] = {weight((factor - a) * (factor - b)), weight((factor - a) * b),
-                      weight(a * (factor - b)), weight(a * b)};
+// A factor that the compiler knows makes lanes of the pixels.
+template<int channels>
+void replicate_row(const float* from, float* to, Index cols, Index factor) {
+    switch (factor) {
+    case 2:
+        return replicate_row_by<channels, 2>(from, to, cols, factor);
+    case 3:
+        return replicate_row_by<channels, 3>(from, to, cols, factor);
+    case 4:
+        return replicate_row_by<channels, 4>(from, to, cols, factor);
+    default:
+        return replicate_row_by<channels, 0>(from, to, cols, factor);
     }
 }
 
-// Between two rows of the source.
-template<int channels, int known>
-struct RowBetween {
-    static void run(const float* upper, const float* lower, float* to, Index cols,
-                    const Weights* weights, Index any_factor) {
-        const Index factor = known ? known : any_factor;
-        const auto area = static_cast<double>(factor * factor);
-        const auto interpolate = [&](Index j, Index right) {
-            for (Index b = 0; b < factor; ++b) {
-                const Weights w = weights[b];
-                for (Index k = channels * j; k < channels * (j + 1); ++k) {
-                    const double sum = lower[k + right] * w.diagonal + lower[k] * w.below +
-                                       upper[k + right] * w.right + upper[k] * w.pixel;
-                    to[channels * ((factor - 1) * j + b) + k] = static_cast<float>(sum / area);
-                }
-            }
-        };
-        for (Index j = 0; j + 1 < cols; ++j)
-            interpolate(j, channels);
-        interpolate(cols - 1, 0); // the last column is repeated
+// The weights of the rows between two rows of the source. Whole numbers that add up to factor^2.
+class WeightsOfRows {
+public:
+    WeightsOfRows(Index factor, Index channels)
+        : factor_(factor), period_(std::lcm(channels * factor, Index{most_double_lanes})),
+          columns_(2 * period_), weights_(4 * period_) {
+        for (Index k = 0; k < period_; ++k) {
+            const Index b = k / channels % factor;
+            columns_[k] = static_cast<double>(factor - b);
+            columns_[period_ + k] = static_cast<double>(b);
+        }
     }
+
+    // Those of the row a / factor below the upper one, until the next call.
+    EnlargingWeights at(Index a) {
+        const Index part_of_row[] = {factor_ - a, a};
+        double* to = weights_.data();
+        for (const Index part : part_of_row)
+            for (const double column : columns_)
+                *to++ = double{static_cast<float>(static_cast<double>(part) * column)};
+        const double* const pixel = weights_.data();
+        return {pixel, pixel + period_, pixel + 2 * period_, pixel + 3 * period_,
+                static_cast<std::size_t>(period_)};
+    }
+
+private:
+    Index factor_;
+    Index period_;
+    std::vector<double> columns_; // the part of a pixel's column, then that of the next one's
+    std::vector<double> weights_;
 };
 
 template<int channels>
@@ -190,15 +148,26 @@ void replicate_plane(const float* const* from, float* const* to, int rows, int c
     }
 }
 
+// Each row of the source is replicated along itself, and the rows between two of those are blended.
 template<int channels>
 void interpolate_plane(const float* const* from, float* const* to, int rows, int cols, int factor) {
-    const auto weights = std::make_unique<Weights[]>(factor);
-    const auto row_between = loop_for<RowBetween, channels>(factor);
-    for (Index a = 0; a < factor; ++a) {
-        make_weights(weights.get(), factor, a);
-        for (Index i = 0; i < rows; ++i)
-            row_between(from[i], from[i + 1 < rows ? i + 1 : i], to[i * factor + a], cols,
-                        weights.get(), factor);
+    const ResamplingKernels& kernels = pick_resampling_kernels();
+    const Index step = Index{channels} * factor;
+    const Index samples = step * cols;
+    std::vector<double> upper(samples + step);
+    std::vector<double> lower(samples + step);
+    const auto stretch = [&](int i, std::vector<double>& row) {
+        kernels.replicate(from[i], channels, factor, row.data(), cols);
+        std::copy_n(row.end() - 2 * step, step, row.end() - step); // the last pixel is repeated
+    };
+    WeightsOfRows weights(factor, channels);
+    stretch(0, upper);
+    for (int i = 0; i < rows; ++i) {
+        stretch(std::min(i + 1, rows - 1), lower);
+        for (Index a = 0; a < factor; ++a)
+            kernels.blend_rows(upper.data(), lower.data(), step, weights.at(a), factor,
+                               to[Index{i} * factor + a], samples);
+        std::swap(upper, lower);
     }
 }
 
@@ -222,8 +191,7 @@ CImage* CImage::Reduce(int factor, int mode) const {
     const int cols = ncols / factor;
     const Reduction reduction = factor == 2 && mode == 1 ? Reduction::filtered : Reduction::mean;
     const auto reduce = [&](const float* const* from, float* const* to, int channels) {
-        (channels == 1 ? reduce_plane<1> : reduce_plane<3>)(from, to, rows, cols, factor,
-                                                            reduction);
+        reduce_plane(from, to, rows, cols, factor, reduction, channels);
     };
     CImage* const out = make_resampled(*this, rows, cols, reduce);
     if (out && out->mag_plane)
