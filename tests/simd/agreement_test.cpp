@@ -259,8 +259,10 @@ Samples edges(Source& source, size_t n) {
     for (Row& row : in)
         row.append_to(all);
     all.push_back(kernels.largest(in[2], n, -1000.0f));
-    for (size_t begin = 0; begin < n; begin += 5)
-        all.push_back(static_cast<float>(kernels.first_above(in[3], begin, n, 200.0f)));
+    std::vector<std::uint64_t> bits((n + 63) / 64);
+    kernels.bits_above(in[3], n, 200.0f, bits.data());
+    for (size_t j = 0; j < 64 * bits.size(); ++j)
+        all.push_back(static_cast<float>(bits[j / 64] >> j % 64 & 1));
     kernels.divide(in[4], n, 0.7f);
     in[4].append_to(all);
     return all;

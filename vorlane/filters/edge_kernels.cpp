@@ -129,25 +129,26 @@ void suppress(const float* const* mag, const float* dir, float* out, size_t n) {
         [](auto& in, auto& to, size_t j) { store(to[0] + j, suppressed(in, in[3], j)); });
 }
 
-size_t first_above(const float* row, size_t begin, size_t end, float threshold) {
+void bits_above(const float* row, size_t n, float threshold, std::uint64_t* bits) {
     const F32 limit = all_lanes(threshold);
-    const auto first_of = [](unsigned bits) { return static_cast<size_t>(__builtin_ctz(bits)); };
-    size_t j = begin;
-    for (; j + F32::count <= end; j += F32::count) {
-        if (const unsigned bits = lane_bits(limit < load(row + j)))
-            return j + first_of(bits);
+    for (size_t word = 0; word < n; word += 64) {
+        const size_t end = n - word < 64 ? n : word + 64;
+        std::uint64_t found = 0;
+        size_t j = word;
+        for (; j + F32::count <= end; j += F32::count)
+            found |= std::uint64_t{lane_bits(limit < load(row + j))} << (j - word);
+        if (j < end) {
+            const F32 last = load_first(row + j, end - j, threshold);
+            found |= std::uint64_t{lane_bits(limit < last)} << (j - word);
+        }
+        bits[word / 64] = found;
     }
-    if (j < end) {
-        if (const unsigned bits = lane_bits(limit < load_first(row + j, end - j, threshold)))
-            return j + first_of(bits);
-    }
-    return end;
 }
 
 } // namespace
 
 extern const EdgeKernels edge_kernels;
-const EdgeKernels edge_kernels = {magnitude, direction, gradient,   largest,
-                                  divide,    suppress,  first_above};
+const EdgeKernels edge_kernels = {magnitude, direction, gradient,  largest,
+                                  divide,    suppress,  bits_above};
 
 } // namespace vorlane::VORLANE_LANES

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 
 #include <vorlane/simd/instruction_set.h>
 
@@ -28,9 +29,9 @@ struct EdgeKernels {
     // the edge, else 0. mag[0] to mag[2] are three rows in a row, dir belongs to the middle one.
     void (*suppress)(const float* const* mag, const float* dir, float* out, std::size_t n);
 
-    // The first j from `begin` on, below `end`, with row[j] > threshold; `end` if there is none.
-    std::size_t (*first_above)(const float* row, std::size_t begin, std::size_t end,
-                               float threshold);
+    // Bit j % 64 of bits[j / 64] for j < n: row[j] > threshold. The last word is filled up with
+    // zeros.
+    void (*bits_above)(const float* row, std::size_t n, float threshold, std::uint64_t* bits);
 };
 
 VORLANE_DECLARE_KERNELS(EdgeKernels, edge_kernels)

@@ -126,11 +126,15 @@ CImage* CImage::non_maximum_suppression() const {
         (!plane_holds(mag_plane, nrows, ncols) || !plane_holds(dir_plane, nrows, ncols)))
         return nullptr;
     const Form form = form_of(*this).of_type(ImageType::gray).as(PixelFormat::float32);
-    return make_written(
-        *this, form,
-        [&](CImage& out) {
-            for (int i = 1; i < nrows - 1; ++i)
-                pick_edge_kernels().suppress(mag_plane + i - 1, dir_plane[i], out.pixels[i], ncols);
-        },
-        Fill::zeros);
+    return make_written(*this, form, [&](CImage& out) {
+        for (int i = 0; i < nrows; ++i) {
+            float* const row = out.pixels[i];
+            if (i == 0 || i == nrows - 1) {
+                std::fill(row, row + ncols, 0.0f);
+                continue;
+            }
+            pick_edge_kernels().suppress(mag_plane + i - 1, dir_plane[i], row, ncols);
+            row[0] = row[ncols - 1] = 0.0f;
+        }
+    });
 }
