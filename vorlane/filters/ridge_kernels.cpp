@@ -151,11 +151,17 @@ void steps(const float* above, const float* row, const float* below, size_t begi
     block_steps(rows[0] + 1, rows[1] + 1, rows[2] + 1, j, end - j, sigma, result);
 }
 
-// Length and direction of a gradient, the latter from the row axis towards the column axis.
+// Length and direction of a gradient, the latter from the row axis towards the column axis. A near
+// angle does where all that it may stand for rounds to the same float.
 inline F64 angle_of(const float* along_rows, const float* along_cols, M64& is_short) {
     const F64 r = load_floats(along_rows);
     const F64 c = load_floats(along_cols);
     is_short = square_root(c * c + r * r) < all_lanes(double{least_gradient});
+    const F64 near_angle = near_arctangent_2(c, r);
+    const F64 error = all_lanes(largest_near_error);
+    const F64 least = round_to_float(near_angle - error);
+    if (all_set(least == round_to_float(near_angle + error)))
+        return least;
     return nearest_floats(arctangent_2(c, r), [=](int k) {
         return numerics::atan2(double{along_cols[k]}, double{along_rows[k]});
     });
