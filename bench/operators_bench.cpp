@@ -138,6 +138,14 @@ void reduce_filtered_vorlane(benchmark::State& state) {
 }
 BENCHMARK(reduce_filtered_vorlane)->Apply(in_ms);
 
+// With planes of edges, which are reduced as well, and stretched or not.
+void reduce_with_planes_vorlane(benchmark::State& state) {
+    CImage image(gray());
+    image.edges_mag_dir(1.0f);
+    run(state, [&] { return image.Reduce(2, 0); });
+}
+BENCHMARK(reduce_with_planes_vorlane)->Apply(in_ms);
+
 void enlarge_bilinear_vorlane(benchmark::State& state) {
     run(state, [&] { return gray().Enlarge(size_of(state), 1); });
 }

@@ -26,6 +26,21 @@ inline void store_every(float* p, size_t step, F64 a) {
         p[k * step] = samples[k];
 }
 
+// Adds what a row has of each block, from left to right.
+template<size_t known_factor, size_t channels>
+inline F64 add_row_of_blocks(F64 sum, const float* row, size_t factor) {
+    if constexpr (known_factor == 2 && channels == 1) {
+        F64 left, right;
+        load_pairs(row, left, right);
+        return sum + left + right;
+    } else {
+        const size_t step = channels * factor;
+        for (size_t c = 0; c < step; c += channels)
+            sum = sum + load_every(row + c, step);
+        return sum;
+    }
+}
+
 template<size_t known_factor, size_t channels>
 void mean_of_blocks_by(const float* const* rows, size_t any_factor, float* to, size_t n) {
     const size_t factor = known_factor ? known_factor : any_factor;
@@ -36,8 +51,8 @@ void mean_of_blocks_by(const float* const* rows, size_t any_factor, float* to, s
         for (size_t k = 0; k < channels; ++k) {
             F64 sum = all_lanes(0.0);
             for (size_t r = 0; r < factor; ++r)
-                for (size_t c = 0; c < step; c += channels)
-                    sum = sum + load_every(rows[r] + step * j + c + k, step);
+                sum =
+                    add_row_of_blocks<known_factor, channels>(sum, rows[r] + step * j + k, factor);
             store_every(to + channels * j + k, channels, sum / all_lanes(area));
         }
     }
@@ -92,10 +107,18 @@ void weigh_every_second_in(const float* const rows[3], const float weights[3][3]
         for (size_t k = 0; k < channels; ++k) {
             F64 sum = all_lanes(0.0);
             for (size_t a = 0; a < 3; ++a) {
-                const float* const left = rows[a] + step * j - channels + k;
+                const float* const centre = rows[a] + step * j + k;
+                F64 samples[3];
+                if constexpr (channels == 1) {
+                    load_pairs(centre - 1, samples[0], samples[1]);
+                    load_pairs(centre, samples[1], samples[2]);
+                } else {
+                    samples[0] = load_every(centre - channels, step);
+                    samples[1] = load_every(centre, step);
+                    samples[2] = load_every(centre + channels, step);
+                }
                 for (size_t b = 0; b < 3; ++b)
-                    sum = add_product(sum, all_lanes(double{weights[a][b]}),
-                                      load_every(left + b * channels, step));
+                    sum = add_product(sum, all_lanes(double{weights[a][b]}), samples[b]);
             }
             store_every(to + channels * j + k, channels, sum * all_lanes(factor));
         }
@@ -163,8 +186,8 @@ void blend_rows(const double* upper, const double* lower, size_t step, const Enl
         for (; j + unit <= n; j += unit)
             blend_unit(j, always, [=](F64 sum) { return sum * reciprocal; });
     } else {
-        for (; j + unit <= n; j += unit)
-            blend_unit(j, weights_at(all, j % all.period),
+        for (size_t k = 0; j + unit <= n; j += unit, k = k + unit < all.period ? k + unit : 0)
+            blend_unit(j, weights_at(all, k),
                        [=](F64 sum) { return quotient(sum, divisor, reciprocal); });
     }
     for (; j < n; ++j) {

@@ -34,6 +34,7 @@
 //
 //   load(p), store(p, a)        doubles as F64, floats as F32
 //   load_floats(p)              floats as F64
+//   load_pairs(p, a, b)         the floats p[0], p[2], p[4] ... as F64 a, and p[1], p[3] ... as b
 //   store_floats(p, a)          F64 rounded to floats
 //   round_and_store(p, a)       the same; gives what it has stored, as doubles
 //   store_floats_times(p, a, f) F64 rounded to floats, which are multiplied as floats by f

@@ -161,6 +161,12 @@ inline void store(double* p, F64 a) {
 inline F64 load_floats(const float* p) {
     return {_mm256_cvtps_pd(_mm_loadu_ps(p))};
 }
+inline void load_pairs(const float* p, F64& first, F64& second) {
+    const __m128 low = _mm_loadu_ps(p);
+    const __m128 high = _mm_loadu_ps(p + 4);
+    first = {_mm256_cvtps_pd(_mm_shuffle_ps(low, high, 0x88))};
+    second = {_mm256_cvtps_pd(_mm_shuffle_ps(low, high, 0xDD))};
+}
 inline void store_floats(float* p, F64 a) {
     _mm_storeu_ps(p, _mm256_cvtpd_ps(a.v));
 }

@@ -160,6 +160,15 @@ inline void store(double* p, F64 a) {
 inline F64 load_floats(const float* p) {
     return {_mm512_cvtps_pd(_mm256_loadu_ps(p))};
 }
+inline void load_pairs(const float* p, F64& first, F64& second) {
+    const __m256 low = _mm256_loadu_ps(p);
+    const __m256 high = _mm256_loadu_ps(p + 8);
+    const auto in_order = [](__m256 a) { // its quarters are those of low, high, low, high
+        return _mm256_castpd_ps(_mm256_permute4x64_pd(_mm256_castps_pd(a), 0xD8));
+    };
+    first = {_mm512_cvtps_pd(in_order(_mm256_shuffle_ps(low, high, 0x88)))};
+    second = {_mm512_cvtps_pd(in_order(_mm256_shuffle_ps(low, high, 0xDD)))};
+}
 inline void store_floats(float* p, F64 a) {
     _mm256_storeu_ps(p, _mm512_cvtpd_ps(a.v));
 }

@@ -161,6 +161,11 @@ inline void store(double* p, F64 a) {
 inline F64 load_floats(const float* p) {
     return {vcvt_f64_f32(vld1_f32(p))};
 }
+inline void load_pairs(const float* p, F64& first, F64& second) {
+    const float32x2x2_t pairs = vld2_f32(p);
+    first = {vcvt_f64_f32(pairs.val[0])};
+    second = {vcvt_f64_f32(pairs.val[1])};
+}
 inline void store_floats(float* p, F64 a) {
     vst1_f32(p, vcvt_f32_f64(a.v));
 }

@@ -145,6 +145,10 @@ inline void store(double* p, F64 a) {
 inline F64 load_floats(const float* p) {
     return {*p};
 }
+inline void load_pairs(const float* p, F64& first, F64& second) {
+    first = {p[0]};
+    second = {p[1]};
+}
 inline void store_floats(float* p, F64 a) {
     *p = static_cast<float>(a.v);
 }

@@ -154,6 +154,11 @@ inline F64 load_floats(const float* p) {
 inline void store_two(float* p, __m128 two) {
     _mm_storel_epi64(reinterpret_cast<__m128i*>(p), _mm_castps_si128(two));
 }
+inline void load_pairs(const float* p, F64& first, F64& second) {
+    const __m128 pairs = _mm_loadu_ps(p);
+    first = {_mm_cvtps_pd(_mm_shuffle_ps(pairs, pairs, 0x88))};
+    second = {_mm_cvtps_pd(_mm_shuffle_ps(pairs, pairs, 0xDD))};
+}
 inline void store_floats(float* p, F64 a) {
     store_two(p, _mm_cvtpd_ps(a.v));
 }
