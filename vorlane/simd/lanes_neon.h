@@ -247,19 +247,20 @@ inline std::uint64_t bits_in_square(const unsigned char* rows, const unsigned ch
         bits |= std::uint64_t{byte_bits(vcltq_u8(farther, vdupq_n_u8(size)))} << k;
     }
     return bits;
+}
 
-    struct B16 {
-        uint8x16_t v;
-    };
-    inline B16 load_16(const unsigned char* p) {
-        return {vld1q_u8(p)};
-    }
-    inline void store_16(unsigned char* p, B16 a) {
-        vst1q_u8(p, a.v);
-    }
-    inline B16 swap_ends_of_threes(B16 a) {
-        constexpr unsigned char from[] = {2, 1, 0, 5, 4, 3, 8, 7, 6, 11, 10, 9, 14, 13, 12, 15};
-        return {vqtbl1q_u8(a.v, vld1q_u8(from))};
-    }
+struct B16 {
+    uint8x16_t v;
+};
+inline B16 load_16(const unsigned char* p) {
+    return {vld1q_u8(p)};
+}
+inline void store_16(unsigned char* p, B16 a) {
+    vst1q_u8(p, a.v);
+}
+inline B16 swap_ends_of_threes(B16 a) {
+    constexpr unsigned char from[] = {2, 1, 0, 5, 4, 3, 8, 7, 6, 11, 10, 9, 14, 13, 12, 15};
+    return {vqtbl1q_u8(a.v, vld1q_u8(from))};
+}
 
 } // namespace
