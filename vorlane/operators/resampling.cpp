@@ -1,11 +1,11 @@
 #include <vorlane/image/image.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <limits>
 #include <memory>
 #include <numeric>
 #include <utility>
-#include <vector>
 
 #include <vorlane/image/range.h>
 #include <vorlane/image/results.h>
@@ -109,33 +109,32 @@ void replicate_row(const float* from, float* to, Index cols, Index factor) {
 // The weights of the rows between two rows of the source. Whole numbers that add up to factor^2.
 class WeightsOfRows {
 public:
-    WeightsOfRows(Index factor, Index channels)
-        : factor_(factor), period_(std::lcm(channels * factor, Index{most_double_lanes})),
-          columns_(2 * period_), weights_(4 * period_) {
-        for (Index k = 0; k < period_; ++k) {
-            const Index b = k / channels % factor;
+    WeightsOfRows(std::size_t factor, std::size_t channels)
+        : factor_(factor), period_(std::lcm(channels * factor, most_double_lanes)),
+          columns_(std::make_unique<double[]>(2 * period_)),
+          weights_(std::make_unique<double[]>(4 * period_)) {
+        for (std::size_t k = 0; k < period_; ++k) {
+            const std::size_t b = k / channels % factor;
             columns_[k] = static_cast<double>(factor - b);
             columns_[period_ + k] = static_cast<double>(b);
         }
     }
 
     // Those of the row a / factor below the upper one, until the next call.
-    EnlargingWeights at(Index a) {
-        const Index part_of_row[] = {factor_ - a, a};
-        double* to = weights_.data();
-        for (const Index part : part_of_row)
-            for (const double column : columns_)
-                *to++ = double{static_cast<float>(static_cast<double>(part) * column)};
-        const double* const pixel = weights_.data();
-        return {pixel, pixel + period_, pixel + 2 * period_, pixel + 3 * period_,
-                static_cast<std::size_t>(period_)};
+    EnlargingWeights at(std::size_t a) {
+        double* const pixel = weights_.get();
+        double* to = pixel;
+        for (const std::size_t part_of_row : {factor_ - a, a})
+            for (std::size_t k = 0; k < 2 * period_; ++k)
+                *to++ = static_cast<float>(static_cast<double>(part_of_row) * columns_[k]);
+        return {pixel, pixel + period_, pixel + 2 * period_, pixel + 3 * period_, period_};
     }
 
 private:
-    Index factor_;
-    Index period_;
-    std::vector<double> columns_; // the part of a pixel's column, then that of the next one's
-    std::vector<double> weights_;
+    std::size_t factor_;
+    std::size_t period_;
+    std::unique_ptr<double[]> columns_; // the part of a pixel's column, then that of the next one's
+    std::unique_ptr<double[]> weights_;
 };
 
 template<int channels>
@@ -152,20 +151,20 @@ void replicate_plane(const float* const* from, float* const* to, int rows, int c
 template<int channels>
 void interpolate_plane(const float* const* from, float* const* to, int rows, int cols, int factor) {
     const ResamplingKernels& kernels = pick_resampling_kernels();
-    const Index step = Index{channels} * factor;
-    const Index samples = step * cols;
-    std::vector<double> upper(samples + step);
-    std::vector<double> lower(samples + step);
-    const auto stretch = [&](int i, std::vector<double>& row) {
-        kernels.replicate(from[i], channels, factor, row.data(), cols);
-        std::copy_n(row.end() - 2 * step, step, row.end() - step); // the last pixel is repeated
+    const std::size_t step = std::size_t{channels} * factor;
+    const std::size_t samples = step * cols;
+    auto upper = std::make_unique_for_overwrite<double[]>(samples + step);
+    auto lower = std::make_unique_for_overwrite<double[]>(samples + step);
+    const auto stretch = [&](int i, double* row) {
+        kernels.replicate(from[i], channels, factor, row, cols);
+        std::copy_n(row + samples - step, step, row + samples); // the last pixel is repeated
     };
     WeightsOfRows weights(factor, channels);
-    stretch(0, upper);
+    stretch(0, upper.get());
     for (int i = 0; i < rows; ++i) {
-        stretch(std::min(i + 1, rows - 1), lower);
-        for (Index a = 0; a < factor; ++a)
-            kernels.blend_rows(upper.data(), lower.data(), step, weights.at(a), factor,
+        stretch(std::min(i + 1, rows - 1), lower.get());
+        for (int a = 0; a < factor; ++a)
+            kernels.blend_rows(upper.get(), lower.get(), step, weights.at(a), factor,
                                to[Index{i} * factor + a], samples);
         std::swap(upper, lower);
     }
