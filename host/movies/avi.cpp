@@ -18,6 +18,17 @@ std::int64_t row_bytes(int cols) {
     return (std::int64_t{3} * cols + 3) / 4 * 4;
 }
 
+// 24 bits, bottom row first.
+BITMAPINFOHEADER frame_format(int rows, int cols) {
+    BITMAPINFOHEADER format{};
+    format.biSize = sizeof format;
+    format.biWidth = cols;
+    format.biHeight = rows;
+    format.biPlanes = 1;
+    format.biBitCount = 24;
+    return format;
+}
+
 std::uint32_t word_at(const std::vector<unsigned char>& bytes, std::size_t at) {
     std::uint32_t word = 0;
     for (std::size_t n = 0; n < 4; ++n)
@@ -51,15 +62,24 @@ std::string codec_of(Source& source) {
 struct GiveBack {
     void operator()(IAVIFile* file) const { AVIFileRelease(file); }
     void operator()(IAVIStream* stream) const { AVIStreamRelease(stream); }
+    void operator()(IGetFrame* frames) const { AVIStreamGetFrameClose(frames); }
 };
 using FilePtr = std::unique_ptr<IAVIFile, GiveBack>;
 using StreamPtr = std::unique_ptr<IAVIStream, GiveBack>;
+using FramesPtr = std::unique_ptr<IGetFrame, GiveBack>;
+
+// Given back from the last to the first.
+struct OpenAvi {
+    FilePtr file;
+    StreamPtr stream;
+    FramesPtr frames;
+};
 
 class AviReader : public MovieReader {
 public:
-    AviReader(const std::string& name, FilePtr file, StreamPtr stream, PGETFRAME frames,
-              const AVISTREAMINFOA& stream_info, const AVIFILEINFOA& file_info)
-        : name_(name), file_(std::move(file)), stream_(std::move(stream)), frames_(frames) {
+    AviReader(const std::string& name, OpenAvi avi, const AVISTREAMINFOA& stream_info,
+              const AVIFILEINFOA& file_info)
+        : name_(name), avi_(std::move(avi)) {
         info_.format = "AVI";
         info_.rows = static_cast<int>(file_info.dwHeight);
         info_.cols = static_cast<int>(file_info.dwWidth);
@@ -89,7 +109,7 @@ public:
     const CImage* next() override {
         if (next_ >= info_.frame_count)
             return nullptr;
-        const void* const frame = AVIStreamGetFrame(frames_, static_cast<int>(next_));
+        const void* const frame = AVIStreamGetFrame(avi_.frames.get(), static_cast<int>(next_));
         if (!frame)
             throw Error(name_ + ": frame " + std::to_string(next_) + " can't be read");
         ++next_;
@@ -140,9 +160,7 @@ private:
     }
 
     std::string name_;
-    FilePtr file_;
-    StreamPtr stream_;
-    PGETFRAME frames_; // lives as long as the stream
+    OpenAvi avi_;
     ImagePtr gray_, colour_;
     std::int64_t next_ = 0;
 };
@@ -157,7 +175,7 @@ public:
         PAVIFILE file = nullptr;
         PAVISTREAM stream = nullptr;
         constexpr unsigned creates = 0x1002;
-        if (AVIFileOpenA(&file, pending_.path().c_str(), creates, nullptr) != AVIERR_OK)
+        if (open_avi(&file, pending_.path().c_str(), creates) != AVIERR_OK)
             fail();
         file_.reset(file);
         const Fraction rate = fraction_of(settings.rate);
@@ -168,12 +186,7 @@ public:
         if (AVIFileCreateStreamA(file, &stream, &info) != AVIERR_OK)
             fail();
         stream_.reset(stream);
-        BITMAPINFOHEADER header{};
-        header.biSize = sizeof header;
-        header.biWidth = settings.cols;
-        header.biHeight = settings.rows;
-        header.biPlanes = 1;
-        header.biBitCount = 24;
+        BITMAPINFOHEADER header = frame_format(settings.rows, settings.cols);
         header.biSizeImage = static_cast<std::uint32_t>(bits_.size());
         if (AVIStreamSetFormat(stream, 0, &header, sizeof header) != AVIERR_OK)
             fail();
@@ -194,15 +207,13 @@ public:
         }
         constexpr unsigned key_frame = 16;
         if (AVIStreamWrite(stream_.get(), -1, 1, bits_.data(),
-                           static_cast<std::int64_t>(bits_.size()), key_frame, nullptr,
+                           static_cast<std::int32_t>(bits_.size()), key_frame, nullptr,
                            nullptr) != AVIERR_OK)
             fail();
     }
 
     void finish() override {
-        const int stream_result = AVIStreamRelease(stream_.release());
-        const int file_result = AVIFileRelease(file_.release());
-        if (stream_result != AVIERR_OK || file_result != AVIERR_OK)
+        if (close_avi(file_.release(), stream_.release()) != AVIERR_OK)
             fail();
         pending_.commit();
     }
@@ -238,30 +249,34 @@ std::unique_ptr<MovieReader> open_avi_movie(const std::string& path, Source& sou
             throw std::bad_alloc();
         return result == AVIERR_OK;
     };
-    if (!is_done(AVIFileOpenA(&file, source.path_on_disk().c_str(), 0, nullptr)))
+    if (!is_done(open_avi(&file, source.path_on_disk().c_str(), 0)))
         return nullptr;
-    FilePtr owned_file(file);
+    OpenAvi avi;
+    avi.file.reset(file);
     PAVISTREAM stream = nullptr;
     if (!is_done(AVIFileGetStream(file, &stream, streamtypeVIDEO, 0)))
         return nullptr;
-    StreamPtr owned_stream(stream);
+    avi.stream.reset(stream);
     AVISTREAMINFOA stream_info{};
     AVIFILEINFOA file_info{};
-    errno = 0;
-    PGETFRAME const frames = AVIStreamGetFrameOpen(stream, nullptr);
-    if (!frames && errno == ENOMEM)
-        throw std::bad_alloc();
     constexpr std::uint32_t largest = std::numeric_limits<int>::max() / 4;
-    if (!frames || AVIStreamInfoA(stream, &stream_info, sizeof stream_info) != AVIERR_OK ||
+    if (AVIStreamInfoA(stream, &stream_info, sizeof stream_info) != AVIERR_OK ||
         AVIFileInfoA(file, &file_info, sizeof file_info) != AVIERR_OK || stream_info.dwLength < 1 ||
         file_info.dwHeight < 1 || file_info.dwWidth < 1 || file_info.dwHeight > largest ||
         file_info.dwWidth > largest)
         return nullptr;
+    const BITMAPINFOHEADER wanted =
+        frame_format(static_cast<int>(file_info.dwHeight), static_cast<int>(file_info.dwWidth));
+    errno = 0;
+    avi.frames.reset(open_avi_frames(stream, &wanted));
+    if (!avi.frames && errno == ENOMEM)
+        throw std::bad_alloc();
+    if (!avi.frames)
+        return nullptr;
     if (!options.allow_truncated && is_cut_short(source))
         throw Error(path + ": is cut short; it holds " + std::to_string(stream_info.dwLength) +
                     " whole frames, which --allow-truncated takes");
-    auto reader = std::make_unique<AviReader>(path, std::move(owned_file), std::move(owned_stream),
-                                              frames, stream_info, file_info);
+    auto reader = std::make_unique<AviReader>(path, std::move(avi), stream_info, file_info);
     reader->set_codec(codec_of(source));
     return reader;
 }

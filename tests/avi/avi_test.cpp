@@ -23,17 +23,18 @@ class Reading {
 public:
     explicit Reading(const std::string& path) {
         AVIFileInit();
-        result = AVIFileOpenA(&file, path.c_str(), 0, nullptr);
+        result = open_avi(&file, path.c_str(), 0);
         if (result == AVIERR_OK)
             AVIFileGetStream(file, &stream, streamtypeVIDEO, 0);
         if (stream)
-            frames = AVIStreamGetFrameOpen(stream, nullptr);
+            frames = open_avi_frames(stream, nullptr);
     }
     Reading(const ScratchFolder& folder, const std::string& bytes)
         : Reading(folder.write("f.avi", bytes)) {}
     ~Reading() {
-        AVIStreamRelease(stream);
-        AVIFileRelease(file);
+        if (frames)
+            AVIStreamGetFrameClose(frames);
+        close_avi(file, stream);
     }
     Reading(const Reading&) = delete;
     Reading& operator=(const Reading&) = delete;
@@ -250,8 +251,8 @@ TEST(AviReading, RefusesWhatItCantDecode) {
         return movie.frames != nullptr;
     };
     EXPECT_TRUE(is_decoded(avi::format(4, 4, 24)));
-    for (const std::string& format : {avi::format(4, 4, 24, 0x47504A4D), avi::format(4, 4, 4),
-                                      avi::format(4, 4, 4, 2), avi::format(4, 4, 24, 1)})
+    for (const std::string& format :
+         {avi::format(4, 4, 24, 0x47504A4D), avi::format(4, 4, 4), avi::format(4, 4, 24, 1)})
         EXPECT_FALSE(is_decoded(format));
     for (const std::string& bytes :
          {""s, "TQ and more than that"s, avi::video(avi::format(2000000000, 2000000000, 24), ""),
@@ -264,7 +265,7 @@ TEST(AviReading, RefusesWhatItCantDecode) {
     const Reading movie(folder, avi::file(1, 1, small + bomb, ""));
     PAVISTREAM second = nullptr;
     ASSERT_EQ(AVIFileGetStream(movie.file, &second, streamtypeVIDEO, 1), AVIERR_OK);
-    EXPECT_EQ(AVIStreamGetFrameOpen(second, nullptr), nullptr);
+    EXPECT_EQ(open_avi_frames(second, nullptr), nullptr);
     AVIStreamRelease(second);
 
     const std::string pipe = folder.pipe("pipe");
@@ -391,10 +392,10 @@ TEST(AviWriting, GoesThroughTheCallsAndTellsFailures) {
     info.fccType = streamtypeVIDEO;
     info.dwScale = 1;
     info.dwRate = 5;
-    const auto write = [&](const std::string& path, int frames, const std::string& pixels) {
+    const auto write = [&](const std::string& path, int frames, std::string pixels) {
         PAVIFILE file = nullptr;
         PAVISTREAM stream = nullptr;
-        if (const int result = AVIFileOpenA(&file, path.c_str(), 4098, nullptr))
+        if (const int result = open_avi(&file, path.c_str(), 4098))
             return result;
         AVIFileCreateStreamA(file, &stream, &info);
         EXPECT_EQ(AVIStreamSetFormat(stream, 0, format.data(), 40), AVIERR_OK);
@@ -402,12 +403,11 @@ TEST(AviWriting, GoesThroughTheCallsAndTellsFailures) {
         AVIFileInfoA(file, &told, sizeof told);
         EXPECT_EQ(told.dwHeight, 2u);
         for (int k = 0; k < frames; ++k)
-            AVIStreamWrite(stream, k, 1, pixels.data(), static_cast<std::int64_t>(pixels.size()),
-                           16, nullptr, nullptr);
+            AVIStreamWrite(stream, k, 1, pixels.data(), static_cast<int>(pixels.size()), 16,
+                           nullptr, nullptr);
         EXPECT_EQ(AVIStreamWrite(stream, frames + 1, 1, pixels.data(), 16, 16, nullptr, nullptr),
                   AVIERR_BADPARAM);
-        AVIStreamRelease(stream);
-        return AVIFileRelease(file);
+        return close_avi(file, stream);
     };
     EXPECT_EQ(write(folder.path("f.avi"), 3, frame), AVIERR_OK);
     EXPECT_EQ(Reading(folder.path("f.avi")).pixels(2), frame);

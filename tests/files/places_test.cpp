@@ -85,7 +85,7 @@ TEST(BadPlacesToRead, EachReaderTellsAsDocumented) {
         {"AVI",
          [](const char* path) {
              PAVIFILE file = nullptr;
-             return AVIFileOpenA(&file, path, 0, nullptr) != AVIERR_FILEOPEN;
+             return open_avi(&file, path, 0) != AVIERR_FILEOPEN;
          },
          {}},
         {"YUV",

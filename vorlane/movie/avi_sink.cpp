@@ -18,13 +18,13 @@ bool AviSink::create(const char* path) {
     constexpr unsigned create_read_and_write = 0x1002;
     constexpr std::uint32_t frames_a_second = 5;
     AVIFileInit();
-    if (AVIFileOpenA(&movie_.avi_file, path, create_read_and_write, nullptr) != 0)
+    if (open_avi(&movie_.avi_file, path, create_read_and_write) != 0)
         return false;
     AVISTREAMINFOA info = {};
     info.fccType = streamtypeVIDEO;
     info.dwScale = 1;
     info.dwRate = frames_a_second;
-    const BITMAPINFOHEADER format = avi_frame_format(movie_.nrows, movie_.ncols);
+    BITMAPINFOHEADER format = avi_frame_format(movie_.nrows, movie_.ncols);
     movie_.write_failed_ = AVIFileCreateStreamA(movie_.avi_file, &movie_.avi_stream, &info) != 0 ||
                            AVIStreamSetFormat(movie_.avi_stream, 0, &format, sizeof format) != 0;
     return true;

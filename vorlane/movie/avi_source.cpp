@@ -16,7 +16,7 @@ namespace vorlane {
 bool AviSource::open(const char* path) {
     AVIFileInit();
     PAVIFILE file = nullptr;
-    if (AVIFileOpenA(&file, path, 0, nullptr) != 0) {
+    if (open_avi(&file, path, 0) != 0) {
         show_failure("Can't open AVI file");
         return false;
     }
@@ -33,7 +33,7 @@ bool AviSource::open(const char* path) {
     movie_.drop_dib();
     movie_.dib = new (std::nothrow) CDib(cols, rows, 24);
     const BITMAPINFOHEADER wanted = avi_frame_format(rows, cols);
-    movie_.frame_reader = AVIStreamGetFrameOpen(movie_.avi_stream, &wanted);
+    movie_.frame_reader = open_avi_frames(movie_.avi_stream, &wanted);
     if (!movie_.frame_reader) {
         AVIStreamRelease(std::exchange(movie_.avi_stream, nullptr));
         show_failure("The decompressor is not open");

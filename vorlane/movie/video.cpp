@@ -183,11 +183,11 @@ bool CVideo::close_files() {
                 std::memcpy(dib->bits, lent_bits_, dib->image_size);
         }
         lent_bits_ = nullptr;
-        frame_reader = nullptr;
-        if (avi_stream)
-            failed = AVIStreamRelease(std::exchange(avi_stream, nullptr)) != 0 || failed;
-        if (avi_file)
-            failed = AVIFileRelease(std::exchange(avi_file, nullptr)) != 0 || failed;
+        if (frame_reader)
+            AVIStreamGetFrameClose(std::exchange(frame_reader, nullptr));
+        failed =
+            close_avi(std::exchange(avi_file, nullptr), std::exchange(avi_stream, nullptr)) != 0 ||
+            failed;
         opening_failed_ = false;
     }
     if (file_format == FileFormat::tq && tqf_file) {
