@@ -76,7 +76,7 @@ constexpr int most_digit_bits = 12;
 void sort_by_digit(const uint32_t* from, const uint16_t* next_digit_of, uint32_t digit_count,
                    int64_t count, uint32_t* to) {
     uint16_t starts[1u << most_digit_bits];
-    __builtin_memset(starts, 0, digit_count * sizeof *starts);
+    __builtin_memset(starts, 0, (digit_count < 4 ? 4 : digit_count) * sizeof *starts);
     // Four places far apart: neighbours often have the same digit, and would wait for one another.
     const int64_t quarter = count / 4;
     for (int64_t k = 0; k < quarter; ++k) {
@@ -87,11 +87,16 @@ void sort_by_digit(const uint32_t* from, const uint16_t* next_digit_of, uint32_t
     }
     for (int64_t k = 4 * quarter; k < count; ++k)
         ++starts[from[k] >> 16];
-    unsigned sum = 0;
-    for (uint32_t digit = 0; digit < digit_count; ++digit) {
-        const unsigned next = sum + starts[digit];
-        starts[digit] = static_cast<uint16_t>(sum);
-        sum = next;
+    // Sums of the counts before each, four of 16 bits at a time, the first one lowest.
+    uint64_t sum = 0;
+    for (uint32_t digit = 0; digit < digit_count; digit += 4) {
+        uint64_t sums;
+        __builtin_memcpy(&sums, starts + digit, sizeof sums);
+        sums += sums << 16;
+        sums += sums << 32;
+        const uint64_t before = (sums << 16) + sum * 0x0001000100010001u;
+        __builtin_memcpy(starts + digit, &before, sizeof before);
+        sum += sums >> 48;
     }
     for_each(count, [=, &starts](int64_t k) {
         const uint32_t place = from[k] & 0xFFFF;
@@ -121,7 +126,9 @@ const uint32_t* sort(MedianBlock& block) {
                 block.digits[k] =
                     static_cast<uint16_t>((block.keys[k] - keys.smallest) >> shift & last_digit);
         }
-        sort_by_digit(entries, block.digits, last_digit + 1, count, sorted);
+        const int digit_bits = bits - (d - 1) * width;
+        const uint32_t digit_count = digit_bits < width ? 1u << digit_bits : last_digit + 1;
+        sort_by_digit(entries, block.digits, digit_count, count, sorted);
         uint32_t* const next = entries;
         entries = sorted;
         sorted = next;
