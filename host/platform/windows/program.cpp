@@ -17,9 +17,13 @@ namespace {
 void (*before_end)() = nullptr;
 UINT former_page = 0;
 
+// Ends the program itself: until the system did, other threads would go on and begin new files.
 BOOL WINAPI end(DWORD) {
     before_end();
-    return FALSE; // and the program ends
+    if (former_page != 0)
+        SetConsoleOutputCP(former_page);
+    TerminateProcess(GetCurrentProcess(), static_cast<UINT>(STATUS_CONTROL_C_EXIT));
+    return TRUE;
 }
 
 // A console shows bytes in a code page, and understands a progress bar's commands if it is told to.
